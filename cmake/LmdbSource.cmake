@@ -1,0 +1,35 @@
+# Unpacks LMDB's source package (fetched by scripts/setup.sh) into the build folder and prepares the copy that
+# platform/objectstore/lmdb.c includes. The reasons for the insertions stand in lmdb.c and in docs/database.md.
+# Sets KORVANE_LMDB_DIR.
+file(GLOB package ${CMAKE_SOURCE_DIR}/build/deps/lmdb/lmdb_0.9.24*.orig.tar.*)
+if(NOT package)
+    message(FATAL_ERROR "The source package of lmdb 0.9.24 is not in build/deps/lmdb: run scripts/setup.sh first.")
+endif()
+set(KORVANE_LMDB_DIR ${CMAKE_BINARY_DIR}/lmdb)
+file(MAKE_DIRECTORY ${KORVANE_LMDB_DIR})
+execute_process(COMMAND tar -xf ${package} -C ${KORVANE_LMDB_DIR} --strip-components=3 --wildcards
+                        "*/liblmdb/mdb.c" "*/liblmdb/midl.c" "*/liblmdb/lmdb.h" "*/liblmdb/midl.h"
+                COMMAND_ERROR_IS_FATAL ANY)
+file(READ ${KORVANE_LMDB_DIR}/mdb.c lmdb_source)
+
+# lmdb_replace(TEXT REPLACEMENT): TEXT must stand in the source, or the version is not the one we know.
+macro(lmdb_replace text replacement)
+    string(FIND "${lmdb_source}" "${text}" place)
+    if(place EQUAL -1)
+        message(FATAL_ERROR "lmdb's mdb.c is not the version this project knows: it lacks \"${text}\"")
+    endif()
+    string(REPLACE "${text}" "${replacement}" lmdb_source "${lmdb_source}")
+endmacro()
+
+# The store of the transaction number is a commit's last act: without a barrier the compiler moves it forward.
+lmdb_replace("\t\tmp->mm_txnid = txn->mt_txnid;" "\t\t__atomic_thread_fence(__ATOMIC_RELEASE);\n\t\tmp->mm_txnid = txn->mt_txnid;")
+# Pages of the last flushed state are kept out of the free list.
+lmdb_replace("\t\tif (freecnt < txn->mt_free_pgs[0]) {" "\t\tif ((rc = kv_hold_pages(txn)) != 0)\n\t\t\treturn rc;\n\t\tif (freecnt < txn->mt_free_pgs[0]) {")
+lmdb_replace("\tfree_pgs = txn->mt_free_pgs;" "\tif ((rc = kv_hold_pages(txn)) != 0)\n\t\t\t\treturn rc;\n\t\t\tfree_pgs = txn->mt_free_pgs;")
+lmdb_replace("\ttxnid_t mr, oldest = txn->mt_txnid - 1;" "\ttxnid_t mr, oldest = kv_reuse_forbidden(txn->mt_env) ? 0 : txn->mt_txnid - 1;")
+# A page is looked at before it is trusted, and looked at again after it was given a new use.
+lmdb_replace("\nsearch_done:\n" "\nsearch_done:\n\tkv_page_taken(env, pgno, num);\n")
+lmdb_replace("done:\n\t*ret = p;" "\tif (!kv_page_is_sound(env, p, pgno, txn->mt_next_pgno)) {\n\t\ttxn->mt_flags |= MDB_TXN_ERROR;\n\t\treturn MDB_CORRUPTED;\n\t}\ndone:\n\t*ret = p;")
+
+file(WRITE ${KORVANE_LMDB_DIR}/mdb_prepared.c.new "${lmdb_source}")
+file(COPY_FILE ${KORVANE_LMDB_DIR}/mdb_prepared.c.new ${KORVANE_LMDB_DIR}/mdb_prepared.c ONLY_IF_DIFFERENT)

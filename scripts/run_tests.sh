@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Runs the test programs of both builds; the last line is "N passed, N failed". Called by ./test.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+. scripts/common.sh
+
+time_limit=300 # seconds for one program: a test that hangs is a failed one
+
+use_wine
+use_display
+keep_wine_server
+export KORVANE_OBJECTSTORE='C:\korvane-test-objectstore'
+
+passed=0 failed=0
+for build in mingw32 mingw32-diagnostic; do
+    for program in build/"$build"/bin/test_*.exe; do
+        name=$(basename "$program" .exe) name=${name#test_}
+        [[ $# == 0 || " $* " == *" $name "* ]] || continue
+        log=build/$build/test_$name.log
+        started=$SECONDS
+        timeout --kill-after=10 "$time_limit" wine "$program" >"$log" 2>&1 </dev/null
+        status=$?
+        # The program's own count; one that did not come to its end has none, and has failed.
+        ok=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests\?\..*/\1/p' "$log" | tail -n 1)
+        bad=$(sed -n 's/^\[  FAILED  \] \([0-9]*\) tests\?, listed below:.*/\1/p' "$log" | tail -n 1)
+        ok=${ok:-0} bad=${bad:-0}
+        if ((status != 0 && bad == 0)) || ((ok + bad == 0)); then
+            bad=$((bad + 1))
+            ended="did not come to its end (exit code $status)"
+        else
+            ended=
+        fi
+        passed=$((passed + ok)) failed=$((failed + bad))
+        printf '%-20s %-12s %5d passed, %d failed, %d s %s\n' "$build" "$name" "$ok" "$bad" $((SECONDS - started)) "$ended"
+        if ((bad)); then
+            grep -E '^\[  FAILED  \]|Failure$' "$log" | sort -u | head -n 40
+            tail -n 15 "$log"
+        fi
+    done
+done
+
+rm -rf "$WINEPREFIX/drive_c/korvane-test-objectstore"
+printf '%d passed, %d failed\n' "$passed" "$failed"
+((failed == 0 && passed > 0))

@@ -1,0 +1,72 @@
+#!/usr/bin/env bash
+# Installs what the build and the tests need on a Debian machine, and fetches the engine's source package.
+# Does nothing, and says nothing, about what is already there.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/common.sh
+
+# What each package is for stands in the README under "Dependencies".
+packages=(wine wine32:i386 gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix cmake ninja-build
+          xvfb xauth googletest libcli11-dev nlohmann-json3-dev iso-codes dpkg-dev ca-certificates)
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f '${db:Status-Abbrev}' "$package" 2>/dev/null || true)
+    [[ $status == ii* ]] || missing+=("$package")
+done
+
+as_root() {
+    if [[ $(id -u) == 0 ]]; then "$@"
+    elif command -v sudo >/dev/null; then sudo "$@"
+    else fail "cannot run \"$*\": that needs root. Run this script as root, or install sudo."; fi
+}
+
+# An index of one suite can be out of step on a mirror; the rest is read all the same, so a failed update alone is no
+# reason to stop: what matters is whether the packages can be installed afterwards.
+update_indexes() {
+    as_root apt-get update >"$log" 2>&1 || true
+}
+
+mkdir -p build
+log=build/setup.log
+export DEBIAN_FRONTEND=noninteractive
+
+if ((${#missing[@]})); then
+    say "installing ${missing[*]}"
+    command -v apt-get >/dev/null || fail "this machine has no apt-get: the set-up is written for Debian 12."
+    dpkg --print-foreign-architectures | grep -qx i386 || as_root dpkg --add-architecture i386
+    update_indexes
+    # Libraries of both architectures must have one version. Where the machine has newer security updates than the
+    # i386 index knows, only the release itself has both.
+    install=(apt-get install -y --no-install-recommends --allow-downgrades)
+    if ! as_root "${install[@]}" "${missing[@]}" >>"$log" 2>&1; then
+        release=$(. /etc/os-release && echo "${VERSION_CODENAME:-stable}")
+        as_root "${install[@]}" -t "$release" "${missing[@]}" >>"$log" 2>&1 ||
+            fail "could not install ${missing[*]}. The package manager's own words are at the end of $log."
+    fi
+fi
+
+# The record store's engine comes as Debian's source package: Debian has the library itself only for Linux.
+if ! compgen -G "build/deps/lmdb/lmdb_*.orig.tar.*" >/dev/null; then
+    say "fetching the source package of lmdb"
+    mkdir -p build/deps/lmdb
+    fetch() { (cd build/deps/lmdb && apt-get source --download-only lmdb) >>"$log" 2>&1; }
+    if ! fetch; then
+        # Source packages are switched on beside the sources that the machine already has.
+        for list in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+            [[ -f $list && $list != *korvanelib* ]] || continue
+            grep -E '^deb .*debian' "$list" | sed 's/^deb /deb-src /' || true
+        done >build/korvanelib-src.list
+        for list in /etc/apt/sources.list.d/*.sources; do
+            [[ -f $list && $list != *korvanelib* ]] || continue
+            if grep -q 'debian-archive-keyring\|^URIs:.*debian' "$list"; then
+                sed -E 's/^Types:.*/Types: deb-src/' "$list"
+                echo
+            fi
+        done >build/korvanelib-src.sources
+        [[ ! -s build/korvanelib-src.list ]] || as_root install -m 644 build/korvanelib-src.list /etc/apt/sources.list.d/
+        [[ ! -s build/korvanelib-src.sources ]] || as_root install -m 644 build/korvanelib-src.sources /etc/apt/sources.list.d/
+        update_indexes
+        fetch || fail "could not fetch the source package of lmdb. The package manager's own words are at the end of $log."
+    fi
+fi

@@ -1,0 +1,58 @@
+// While it lives, one function that a loaded module imports is replaced for that module.
+#ifndef KORVANE_TESTS_SUPPORT_IMPORT_PATCH_H
+#define KORVANE_TESTS_SUPPORT_IMPORT_PATCH_H
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+class CImportPatch
+{
+public:
+    // REQUIRES: `replacement` has the imported function's signature. A module without that import ends the program.
+    template <class Function> CImportPatch(const wchar_t* module, const char* function, Function* replacement)
+    {
+        BYTE* const base = reinterpret_cast<BYTE*>(::GetModuleHandleW(module));
+        if (!base) Fail(function);
+        const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+        const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+        const IMAGE_DATA_DIRECTORY& imports = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+        const auto* from = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
+        for (; from->Name && !m_slot; ++from) {
+            const auto* name = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
+            auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + from->FirstThunk);
+            for (; name->u1.AddressOfData; ++name, ++slot) {
+                if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
+                const auto* entry = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
+                if (std::strcmp(reinterpret_cast<const char*>(entry->Name), function) == 0) m_slot = &slot->u1.Function;
+            }
+        }
+        if (!m_slot) Fail(function);
+        m_old = *m_slot;
+        Set(reinterpret_cast<DWORD>(replacement));
+    }
+    ~CImportPatch() { Set(m_old); }
+    CImportPatch(const CImportPatch&) = delete;
+    CImportPatch& operator=(const CImportPatch&) = delete;
+
+private:
+    [[noreturn]] static void Fail(const char* function)
+    {
+        std::fprintf(stderr, "the module does not import %s\n", function);
+        std::abort();
+    }
+    void Set(DWORD address)
+    {
+        DWORD old = 0;
+        ::VirtualProtect(m_slot, sizeof(*m_slot), PAGE_READWRITE, &old);
+        *m_slot = address;
+        ::VirtualProtect(m_slot, sizeof(*m_slot), old, &old);
+    }
+
+    DWORD* m_slot = nullptr;
+    DWORD m_old = 0;
+};
+
+#endif
