@@ -1,0 +1,32 @@
+// korvanebatch.h - several calls on a volume as one transaction, and a volume's check-up. Extensions of korvanestore.dll;
+// the device has neither.
+//
+// Between CeBeginBatch and CeCommitBatch all changes that this process makes to the volume, through whatever handle, are
+// one transaction: this process sees them at once, other processes see all of them or none, when the batch is committed.
+// A batch that is neither committed nor abandoned vanishes with the process. Writers in other processes wait for its end.
+//
+// Threads    a batch belongs to the process: whichever thread writes to the volume meanwhile takes part in it.
+// Errors     FALSE with the last error: ERROR_INVALID_PARAMETER for an unknown volume.
+#ifndef KORVANE_PLATFORM_KORVANEBATCH_H
+#define KORVANE_PLATFORM_KORVANEBATCH_H
+
+#include <windbase.h>
+
+// Begins a batch. ERROR_ALREADY_EXISTS when one is open: batches do not nest.
+KORVANESTORE_API BOOL WINAPI CeBeginBatch(PCEGUID pceguid);
+
+// Makes the batch's changes one committed transaction, as durable as a single write call. ERROR_NO_DATA when no batch
+// is open; ERROR_DISK_FULL or ERROR_FILE_CORRUPT when a change of it had failed half way: nothing is changed then, and
+// the batch is over.
+KORVANESTORE_API BOOL WINAPI CeCommitBatch(PCEGUID pceguid);
+
+// Gives the batch's changes up. ERROR_NO_DATA when no batch is open.
+KORVANESTORE_API BOOL WINAPI CeAbandonBatch(PCEGUID pceguid);
+
+// Checks a volume as a whole: every page is in use once or free, the map's keys are in order, every record and every
+// index entry belongs to a database and to each other, every database's count is right.
+// TRUE when nothing is wrong. FALSE with ERROR_FILE_CORRUPT when something is: lpProblem (dwNumChars characters, may be
+// null) receives one sentence on the first thing found. Other errors: the check could not be made.
+KORVANESTORE_API BOOL WINAPI CeCheckDBVol(PCEGUID pceguid, LPWSTR lpProblem, DWORD dwNumChars);
+
+#endif

@@ -1,0 +1,241 @@
+#include "volumestate.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace store {
+
+namespace {
+
+// Without a flush of its own a volume is flushed after so many commits: a power cut never costs more than these.
+constexpr DWORD kCommitsBetweenFlushes = 50000;
+
+MDB_val ToVal(CBytes bytes)
+{
+    return {bytes.cb, const_cast<BYTE*>(bytes.p)};
+}
+
+CBytes ToBytes(const MDB_val& val)
+{
+    return {static_cast<const BYTE*>(val.mv_data), val.mv_size};
+}
+
+} // namespace
+
+// Keys compare as bytes. msvcrt's memcmp costs more than a short comparison itself, so words are compared here.
+int CompareKeys(const MDB_val* pA, const MDB_val* pB)
+{
+    const BYTE* a = static_cast<const BYTE*>(pA->mv_data);
+    const BYTE* b = static_cast<const BYTE*>(pB->mv_data);
+    size_t cb = std::min(pA->mv_size, pB->mv_size);
+    for (; cb >= 4; a += 4, b += 4, cb -= 4) {
+        DWORD dwA, dwB;
+        __builtin_memcpy(&dwA, a, 4);
+        __builtin_memcpy(&dwB, b, 4);
+        if (dwA != dwB) return __builtin_bswap32(dwA) < __builtin_bswap32(dwB) ? -1 : 1;
+    }
+    for (; cb; a++, b++, cb--) {
+        if (*a != *b) return *a < *b ? -1 : 1;
+    }
+    return pA->mv_size < pB->mv_size ? -1 : pA->mv_size > pB->mv_size;
+}
+
+namespace {
+
+MDB_txn* TxnOf(const CVolumeState& state)
+{
+    return state.pWriteTxn ? state.pWriteTxn : state.pReadTxn;
+}
+
+} // namespace
+
+ULONGLONG CAccess::ContentVersion() const
+{
+    return m_volume.m_pState->ullVersion;
+}
+
+bool CAccess::Get(CBytes key, CBytes& value)
+{
+    MDB_val k = ToVal(key), v;
+    const int rc = mdb_get(TxnOf(*m_volume.m_pState), kMainTree, &k, &v);
+    if (rc == MDB_SUCCESS) {
+        value = ToBytes(v);
+        return true;
+    }
+    if (rc != MDB_NOTFOUND) m_dwError = ToWin32(rc);
+    return false;
+}
+
+CReadAccess::CReadAccess(CVolume& volume) : CAccess(volume)
+{
+    CVolumeState& state = *volume.m_pState;
+    state.shared.Lock();
+    if (!state.bBatch) m_dwError = state.BeginReading();
+}
+
+CReadAccess::~CReadAccess()
+{
+    m_volume.m_pState->shared.Unlock();
+}
+
+CWriteAccess::CWriteAccess(CVolume& volume) : CAccess(volume)
+{
+    CVolumeState& state = *volume.m_pState;
+    state.shared.Lock();
+    if (state.bBatch) {
+        m_dwError = state.dwBatchError;
+    } else {
+        state.shared.WaitForBatch();
+        m_dwError = state.BeginTransaction();
+    }
+}
+
+CWriteAccess::~CWriteAccess()
+{
+    CVolumeState& state = *m_volume.m_pState;
+    if (!state.bBatch) {
+        state.Abort();
+    } else if (m_bChanged && !m_bDone) {
+        // Its changes cannot be taken back one by one: the batch as a whole is.
+        state.dwBatchError = m_dwError != ERROR_SUCCESS ? m_dwError : ERROR_DISK_FULL;
+    }
+    state.shared.Unlock();
+}
+
+DWORD CWriteAccess::Reserve(size_t cb)
+{
+    // A change moves whole pages: what is small takes more room than its bytes.
+    return m_volume.m_pState->MakeRoom(4 * cb);
+}
+
+DWORD CWriteAccess::Put(CBytes key, CBytes value)
+{
+    BYTE* p = nullptr;
+    const DWORD dwError = Put(key, value.cb, p);
+    if (dwError == ERROR_SUCCESS) std::memcpy(p, value.p, value.cb);
+    return dwError;
+}
+
+DWORD CWriteAccess::Put(CBytes key, size_t cb, BYTE*& p)
+{
+    CVolumeState& state = *m_volume.m_pState;
+    DWORD dwError = state.MakeRoom(cb);
+    if (dwError == ERROR_SUCCESS) {
+        state.CloseWriteCursors();
+        state.ullVersion++;
+        m_bChanged = true;
+        MDB_val k = ToVal(key), v = {cb, nullptr};
+        dwError = ToWin32(mdb_put(state.pWriteTxn, kMainTree, &k, &v, MDB_RESERVE));
+        p = static_cast<BYTE*>(v.mv_data);
+    }
+    if (dwError != ERROR_SUCCESS) m_dwError = dwError;
+    return dwError;
+}
+
+DWORD CWriteAccess::Delete(CBytes key)
+{
+    CVolumeState& state = *m_volume.m_pState;
+    DWORD dwError = state.MakeRoom(0);
+    if (dwError == ERROR_SUCCESS) {
+        state.CloseWriteCursors();
+        state.ullVersion++;
+        MDB_val k = ToVal(key);
+        dwError = ToWin32(mdb_del(state.pWriteTxn, kMainTree, &k, nullptr));
+        if (dwError != ERROR_FILE_NOT_FOUND) m_bChanged = true;
+    }
+    if (dwError != ERROR_SUCCESS && dwError != ERROR_FILE_NOT_FOUND) m_dwError = dwError;
+    return dwError;
+}
+
+DWORD CWriteAccess::Commit(ULONGLONG* pullVersion)
+{
+    CVolumeState& state = *m_volume.m_pState;
+    if (m_dwError != ERROR_SUCCESS) return m_dwError;
+    if (!state.bBatch && m_bChanged) {
+        state.shared->bChanging = 1;
+        m_dwError = state.Commit();
+        state.shared->bChanging = 0;
+        if (m_dwError != ERROR_SUCCESS) return m_dwError;
+        // The commit stands whether or not this succeeds; if not, the next one tries again.
+        if (state.shared->dwCommitsSinceFlush >= kCommitsBetweenFlushes) state.FlushLocked();
+    }
+    m_bDone = true;
+    if (pullVersion) *pullVersion = state.ullVersion;
+    return ERROR_SUCCESS;
+}
+
+// ---- Cursors -------------------------------------------------------------------------------------------------------
+
+CTreeCursor::CTreeCursor(CVolume& volume) : m_volume(volume) {}
+
+CTreeCursor::~CTreeCursor()
+{
+    if (!m_pCursor) return;
+    auto& cursors = m_volume.m_pState->writeCursors;
+    cursors.erase(std::remove(cursors.begin(), cursors.end(), &m_pCursor), cursors.end());
+    mdb_cursor_close(static_cast<MDB_cursor*>(m_pCursor));
+}
+
+bool CTreeCursor::IsPlaced(const CAccess&) const
+{
+    return m_bPlaced && m_ullVersion == m_volume.m_pState->ullVersion;
+}
+
+bool CTreeCursor::Move(CAccess& access, int op, CBytes key)
+{
+    CVolumeState& state = *m_volume.m_pState;
+    MDB_txn* pTxn = TxnOf(state);
+    const bool bWrite = pTxn == state.pWriteTxn;
+    int rc = MDB_SUCCESS;
+    if (m_pCursor && m_bOnWriteTxn != bWrite) {
+        auto& cursors = state.writeCursors;
+        cursors.erase(std::remove(cursors.begin(), cursors.end(), &m_pCursor), cursors.end());
+        mdb_cursor_close(static_cast<MDB_cursor*>(m_pCursor));
+        m_pCursor = nullptr;
+    }
+    MDB_cursor* pCursor = static_cast<MDB_cursor*>(m_pCursor);
+    if (!pCursor) {
+        rc = mdb_cursor_open(pTxn, kMainTree, &pCursor);
+        if (rc == MDB_SUCCESS) {
+            m_pCursor = pCursor;
+            m_bOnWriteTxn = bWrite;
+            if (bWrite) state.writeCursors.push_back(&m_pCursor);
+        }
+    } else if (!bWrite && m_ullVersion != state.ullVersion) {
+        rc = mdb_cursor_renew(pTxn, pCursor);
+    }
+    MDB_val k = ToVal(key), v = {};
+    if (rc == MDB_SUCCESS) rc = mdb_cursor_get(pCursor, &k, &v, static_cast<MDB_cursor_op>(op));
+    m_ullVersion = state.ullVersion;
+    m_bPlaced = rc == MDB_SUCCESS;
+    if (m_bPlaced) {
+        m_key = ToBytes(k);
+        m_value = ToBytes(v);
+    } else if (rc != MDB_NOTFOUND) {
+        access.m_dwError = ToWin32(rc);
+    }
+    return m_bPlaced;
+}
+
+bool CTreeCursor::SeekAtLeast(CAccess& access, CBytes key)
+{
+    return Move(access, MDB_SET_RANGE, key);
+}
+
+bool CTreeCursor::SeekBefore(CAccess& access, CBytes key)
+{
+    if (SeekAtLeast(access, key)) return Prev(access);
+    return access.Error() == ERROR_SUCCESS && Move(access, MDB_LAST, {});
+}
+
+bool CTreeCursor::Next(CAccess& access)
+{
+    return Move(access, MDB_NEXT, {});
+}
+
+bool CTreeCursor::Prev(CAccess& access)
+{
+    return Move(access, MDB_PREV, {});
+}
+
+} // namespace store

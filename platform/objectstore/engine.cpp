@@ -1,0 +1,353 @@
+#include "volumestate.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace store {
+
+namespace {
+
+CFileIdentity IdentityOfFile(HANDLE file)
+{
+    BY_HANDLE_FILE_INFORMATION info = {};
+    ::GetFileInformationByHandle(file, &info);
+    return {info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow};
+}
+
+std::string ToUtf8(const std::wstring& text)
+{
+    const int cch = static_cast<int>(text.size());
+    std::string utf8(::WideCharToMultiByte(CP_UTF8, 0, text.data(), cch, nullptr, 0, nullptr, nullptr), '\0');
+    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), cch, utf8.data(), static_cast<int>(utf8.size()), nullptr, nullptr);
+    return utf8;
+}
+
+} // namespace
+
+bool IdentityOf(const wchar_t* pszPath, CFileIdentity& identity)
+{
+    CScopedFile file(::CreateFileW(pszPath, FILE_READ_ATTRIBUTES,
+                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0,
+                                   nullptr));
+    if (file == INVALID_HANDLE_VALUE) return false;
+    identity = IdentityOfFile(file);
+    return true;
+}
+
+CVolumeState::~CVolumeState()
+{
+    if (pReadTxn) mdb_txn_abort(pReadTxn);
+    if (pEnv) mdb_env_close(pEnv);
+    std::free(pages.held);
+    std::free(pages.use);
+}
+
+// ---- Opening and closing -------------------------------------------------------------------------------------------
+
+// Brings the file to a state that may be mapped: a new volume, the volume as it was closed, or its last flushed state
+// after a power cut.
+DWORD CVolumeState::PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, bool bOthers, CVolumeHeader& header)
+{
+    const bool bToBeEmptied = !bNew && (dwDisposition == CREATE_ALWAYS || dwDisposition == TRUNCATE_EXISTING);
+    if (bToBeEmptied && bOthers) return ERROR_SHARING_VIOLATION;
+    BYTE image[KV_RESERVED_PAGES * kPageBytes];
+    const auto read = [&] {
+        const DWORD dwError = ReadAt(file, 0, image, sizeof image);
+        if (dwError == ERROR_HANDLE_EOF) return static_cast<DWORD>(ERROR_FILE_CORRUPT);
+        return dwError == ERROR_SUCCESS ? ReadHeader(image + 2 * kPageBytes, header) : dwError;
+    };
+    // CREATE_ALWAYS replaces whatever lies there, TRUNCATE_EXISTING empties volumes.
+    DWORD dwError = ERROR_SUCCESS;
+    if (!bNew && dwDisposition != CREATE_ALWAYS) dwError = read();
+    if (dwError == ERROR_SUCCESS && (bNew || bToBeEmptied)) {
+        dwError = FormatVolume(file);
+        if (dwError == ERROR_SUCCESS) dwError = read();
+    }
+    if (dwError != ERROR_SUCCESS || bOthers) return dwError;
+
+    const DWORD cbFile = ::GetFileSize(file, nullptr);
+    if (cbFile == INVALID_FILE_SIZE || cbFile > kLargestFile + kLargestStep) return ERROR_FILE_CORRUPT;
+    if (!kv_state_is_sound(&header.flushed, cbFile)) return ERROR_FILE_CORRUPT;
+    const bool bLeftInThisRun = header.dwInUse && header.boot == PresentBoot();
+    kv_state committed;
+    const bool bMetasSound = kv_read_metas(image, cbFile, &committed) == MDB_SUCCESS;
+    if (bLeftInThisRun) return bMetasSound ? ERROR_SUCCESS : ERROR_FILE_CORRUPT;
+    // In use during another run of the system: what came after the flush may have reached the disk in part. And closed
+    // volumes have nothing after the flush.
+    if (!bMetasSound || std::memcmp(&committed, &header.flushed, sizeof committed) != 0)
+        return RestoreFlushed(file, header);
+    return ERROR_SUCCESS;
+}
+
+DWORD CVolumeState::OpenEnvironment()
+{
+    pages.use = static_cast<uint8_t*>(std::calloc(KV_MAX_PAGES, 1)); // large: comes untouched from the system
+    if (!pages.use) return ERROR_NOT_ENOUGH_MEMORY;
+    pages.free_in_flushed = shared->rgFreeInFlushed;
+    pages.pin = 1;
+    LARGE_INTEGER cbFile;
+    {
+        CScopedFile file(::CreateFileW(strPath.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                       nullptr, OPEN_EXISTING, 0, nullptr));
+        if (file == INVALID_HANDLE_VALUE || !::GetFileSizeEx(file, &cbFile)) return ::GetLastError();
+    }
+    int rc = mdb_env_create(&pEnv);
+    if (rc == MDB_SUCCESS) rc = mdb_env_set_userctx(pEnv, &pages);
+    if (rc == MDB_SUCCESS) rc = mdb_env_set_mapsize(pEnv, cbFile.LowPart / kPageBytes * kPageBytes);
+    if (rc == MDB_SUCCESS) {
+        rc = mdb_env_open(pEnv, ToUtf8(strPath).c_str(),
+                          MDB_NOSUBDIR | MDB_WRITEMAP | MDB_NOSYNC | MDB_NOLOCK | MDB_NOTLS, 0);
+    }
+    if (rc == MDB_SUCCESS) rc = mdb_env_get_fd(pEnv, &hFile);
+    if (rc == MDB_SUCCESS) rc = mdb_txn_begin(pEnv, nullptr, MDB_RDONLY, &pReadTxn);
+    if (rc == MDB_SUCCESS) rc = mdb_set_compare(pReadTxn, kMainTree, CompareKeys);
+    if (rc == MDB_SUCCESS) {
+        bReadTxnLive = true;
+        dwSeenTxn = kv_committed_txnid(pEnv);
+    }
+    return ToWin32(rc);
+}
+
+CVolume::CVolume() : m_pState(std::make_unique<CVolumeState>()) {}
+
+DWORD CVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr<CVolume>& volume, bool& bExisted)
+{
+    wchar_t szPath[MAX_PATH];
+    const DWORD cch = ::GetFullPathNameW(pszPath, MAX_PATH, szPath, nullptr);
+    if (cch == 0) return ::GetLastError();
+    if (cch >= MAX_PATH) return ERROR_INVALID_PARAMETER;
+    const DWORD dwAttributes = ::GetFileAttributesW(szPath);
+    if (dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY))
+        return ERROR_ACCESS_DENIED;
+
+    const DWORD dwHow = dwDisposition == CREATE_NEW                                            ? CREATE_NEW
+                        : dwDisposition == OPEN_EXISTING || dwDisposition == TRUNCATE_EXISTING ? OPEN_EXISTING
+                                                                                               : OPEN_ALWAYS;
+    ::SetLastError(ERROR_SUCCESS);
+    CScopedFile file(::CreateFileW(szPath, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                   dwHow, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file == INVALID_HANDLE_VALUE) return ::GetLastError();
+    bExisted = dwHow == OPEN_EXISTING || (dwHow == OPEN_ALWAYS && ::GetLastError() == ERROR_ALREADY_EXISTS);
+
+    std::unique_ptr<CVolume> opened(new CVolume);
+    opened->m_pState->strPath = szPath;
+    const DWORD dwError = opened->m_pState->Open(file, dwDisposition, !bExisted);
+    if (dwError == ERROR_SUCCESS) {
+        volume = std::move(opened);
+        return ERROR_SUCCESS;
+    }
+    opened->m_pState.reset(); // never became a volume: there is nothing to flush
+    if (!bExisted) {
+        file.Close();
+        ::DeleteFileW(szPath);
+    }
+    return dwError;
+}
+
+DWORD CVolumeState::Open(HANDLE file, DWORD dwDisposition, bool bCreated)
+{
+    identity = IdentityOfFile(file);
+    DWORD dwError = shared.Open(identity);
+    if (dwError != ERROR_SUCCESS) return dwError;
+    const bool bOthers = shared.OthersAreHere();
+    CVolumeHeader header = {};
+    // Another process may have made the new file a volume since it was created here.
+    const bool bNew = bCreated && ::GetFileSize(file, nullptr) == 0;
+    dwError = PrepareFile(file, dwDisposition, bNew, bOthers, header);
+    if (dwError == ERROR_SUCCESS && !bOthers) shared.Reset(header);
+    if (dwError == ERROR_SUCCESS) dwError = shared.Enter();
+    if (dwError == ERROR_SUCCESS) {
+        dwError = OpenEnvironment();
+        if (dwError == ERROR_SUCCESS && !bOthers && !shared->bNeedsRecovery) {
+            shared.Lock();
+            dwError = AdoptFlushed();
+            shared.Unlock();
+        }
+        if (dwError != ERROR_SUCCESS) shared.Leave();
+    }
+    shared.UnlockOpening();
+    return dwError;
+}
+
+CVolume::~CVolume()
+{
+    if (m_pState) m_pState->Close();
+}
+
+DWORD CVolumeState::Close()
+{
+    DWORD dwError = shared.LockOpening();
+    if (dwError != ERROR_SUCCESS) return dwError;
+    shared.Lock();
+    if (bBatch) {
+        Abort();
+        bBatch = false;
+        shared->lBatch = 0;
+    }
+    const bool bLast = !shared.OthersAreHere();
+    // A volume that was only read was never marked, and is left as it is.
+    if (shared->bInUseMarked || (bLast && shared->bNeedsRecovery)) {
+        if (shared->bNeedsRecovery) dwError = Recover();
+        if (dwError == ERROR_SUCCESS) dwError = FlushLocked();
+        if (dwError == ERROR_SUCCESS && bLast) dwError = WriteVolumeHeader(false);
+    }
+    const DWORD cbContent = (shared->flushed.last_page + 1) * kPageBytes;
+    EndReading();
+    mdb_txn_abort(pReadTxn);
+    pReadTxn = nullptr;
+    mdb_env_close(pEnv);
+    pEnv = nullptr;
+    if (bLast && dwError == ERROR_SUCCESS && shared->bInUseMarked) {
+        // The file was let grow ahead of its content: back to it. If that fails it is only longer than it need be.
+        CScopedFile file(::CreateFileW(strPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                       OPEN_EXISTING, 0, nullptr));
+        if (file != INVALID_HANDLE_VALUE && ::GetFileSize(file, nullptr) > cbContent &&
+            ::SetFilePointer(file, static_cast<LONG>(cbContent), nullptr, FILE_BEGIN) == cbContent) {
+            ::SetEndOfFile(file);
+        }
+    }
+    shared.Unlock();
+    shared.Leave();
+    shared.UnlockOpening();
+    return dwError;
+}
+
+const CFileIdentity& CVolume::Identity() const
+{
+    return m_pState->identity;
+}
+
+const std::wstring& CVolume::Path() const
+{
+    return m_pState->strPath;
+}
+
+const CEGUID& CVolume::Guid() const
+{
+    return m_pState->shared->guid;
+}
+
+// ---- Batches -------------------------------------------------------------------------------------------------------
+
+DWORD CVolume::BeginBatch()
+{
+    CVolumeState& state = *m_pState;
+    state.shared.Lock();
+    DWORD dwError = ERROR_ALREADY_EXISTS;
+    if (!state.bBatch) {
+        state.shared.WaitForBatch();
+        dwError = state.BeginTransaction();
+        if (dwError == ERROR_SUCCESS) {
+            state.shared->lBatch = state.shared.Owner();
+            state.bBatch = true;
+            state.dwBatchError = ERROR_SUCCESS;
+            state.ullVersion++;
+        }
+    }
+    state.shared.Unlock();
+    return dwError;
+}
+
+DWORD CVolume::CommitBatch()
+{
+    CVolumeState& state = *m_pState;
+    state.shared.Lock();
+    DWORD dwError = ERROR_NO_DATA;
+    if (state.bBatch) {
+        dwError = state.dwBatchError;
+        if (dwError == ERROR_SUCCESS) {
+            state.shared->bChanging = 1;
+            dwError = state.Commit();
+            state.shared->bChanging = 0;
+        } else {
+            state.Abort();
+        }
+        state.bBatch = false;
+        state.shared->lBatch = 0;
+        state.ullVersion++;
+    }
+    state.shared.Unlock();
+    return dwError;
+}
+
+DWORD CVolume::AbandonBatch()
+{
+    CVolumeState& state = *m_pState;
+    state.shared.Lock();
+    const DWORD dwError = state.bBatch ? ERROR_SUCCESS : ERROR_NO_DATA;
+    if (state.bBatch) {
+        state.Abort();
+        state.bBatch = false;
+        state.shared->lBatch = 0;
+        state.ullVersion++;
+    }
+    state.shared.Unlock();
+    return dwError;
+}
+
+// ---- Open databases ------------------------------------------------------------------------------------------------
+
+DWORD CVolume::NoteDatabaseOpen(CEOID oidDatabase)
+{
+    CShared& shared = m_pState->shared;
+    shared.Lock();
+    const WORD wSlot = static_cast<WORD>(shared.Owner() - 1);
+    DWORD dwFree = kOpenDatabaseSlots;
+    DWORD dwError = ERROR_NOT_ENOUGH_MEMORY;
+    for (DWORD i = 0; i < shared->dwOpenDatabases; i++) {
+        auto& open = shared->rgOpenDatabases[i];
+        if (open.oid == oidDatabase && open.wSlot == wSlot && open.wCount < 0xFFFF) {
+            open.wCount++;
+            dwError = ERROR_SUCCESS;
+            break;
+        }
+        if (open.oid == 0 && dwFree == kOpenDatabaseSlots) dwFree = i;
+    }
+    if (dwError != ERROR_SUCCESS) {
+        if (dwFree == kOpenDatabaseSlots && shared->dwOpenDatabases < kOpenDatabaseSlots)
+            dwFree = shared->dwOpenDatabases++;
+        if (dwFree < kOpenDatabaseSlots) {
+            shared->rgOpenDatabases[dwFree] = {oidDatabase, wSlot, 1};
+            dwError = ERROR_SUCCESS;
+        }
+    }
+    shared.Unlock();
+    return dwError;
+}
+
+void CVolume::NoteDatabaseClosed(CEOID oidDatabase)
+{
+    CShared& shared = m_pState->shared;
+    shared.Lock();
+    const WORD wSlot = static_cast<WORD>(shared.Owner() - 1);
+    for (DWORD i = 0; i < shared->dwOpenDatabases; i++) {
+        auto& open = shared->rgOpenDatabases[i];
+        if (open.oid != oidDatabase || open.wSlot != wSlot) continue;
+        if (--open.wCount == 0) open.oid = 0;
+        break;
+    }
+    shared.Unlock();
+}
+
+bool CVolume::IsDatabaseOpen(CEOID oidDatabase)
+{
+    CShared& shared = m_pState->shared;
+    // Dead processes are looked for only when their word would matter: finding out asks the system.
+    for (int nPass = 0; nPass < 2; nPass++) {
+        bool bOpen = false, bOurs = false;
+        shared.Lock();
+        for (DWORD i = 0; i < shared->dwOpenDatabases; i++) {
+            const auto& open = shared->rgOpenDatabases[i];
+            if (!open.oid || (oidDatabase && open.oid != oidDatabase)) continue;
+            bOpen = true;
+            bOurs = bOurs || open.wSlot == static_cast<WORD>(shared.Owner() - 1);
+        }
+        if (bOpen && !bOurs && nPass == 0) shared.OthersAreHere();
+        shared.Unlock();
+        if (!bOpen) return false;
+        if (bOurs || nPass == 1) return true;
+    }
+    return true;
+}
+
+} // namespace store

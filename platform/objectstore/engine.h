@@ -1,0 +1,190 @@
+// engine.h - one volume file as an ordered map from keys to values, shared by processes, safe against kills and power
+// cuts.
+//
+// The map is one LMDB tree, compared as bytes (memcmp, shorter first). docs/volume-format.md has the file's layout,
+// docs/database.md the reasoning behind locks, flushes and recovery.
+//
+// Ownership  a process has at most one CVolume for a file (LMDB must never be opened twice on one); the mount table
+// sees
+//            to that. Pointers into the map are good until the access object that gave them ends, or writes.
+// Threads    an access object takes the volume for itself: other threads and processes wait, so accesses are short and
+//            never nested on one volume.
+// Errors     Win32 codes, ERROR_SUCCESS when all is well. LMDB's own codes never leave engine.cpp.
+#ifndef KORVANESTORE_ENGINE_H
+#define KORVANESTORE_ENGINE_H
+
+#include <windbase.h>
+
+#include <memory>
+#include <string>
+
+namespace store {
+
+constexpr size_t kMaxKeyBytes = 511;
+
+struct CBytes
+{
+    const BYTE* p = nullptr;
+    size_t cb = 0;
+};
+
+// What tells two files apart, whatever path they were reached by.
+struct CFileIdentity
+{
+    DWORD dwVolumeSerial = 0;
+    DWORD dwIndexHigh = 0;
+    DWORD dwIndexLow = 0;
+    bool operator==(const CFileIdentity& other) const
+    {
+        return dwVolumeSerial == other.dwVolumeSerial && dwIndexHigh == other.dwIndexHigh &&
+               dwIndexLow == other.dwIndexLow;
+    }
+};
+
+// The identity of an existing file; false when it cannot be opened.
+bool IdentityOf(const wchar_t* pszPath, CFileIdentity& identity);
+
+class CAccess;
+struct CVolumeState;
+
+class CVolume
+{
+public:
+    // Opens or makes the volume file. dwDisposition is one of the mount flags (CREATE_NEW ... TRUNCATE_EXISTING);
+    // bExisted says whether there was a file. Refused files are left untouched: ERROR_FILE_CORRUPT (no volume),
+    // ERROR_REVISION_MISMATCH (another version), ERROR_SHARING_VIOLATION (to be emptied, but open in some process).
+    static DWORD Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr<CVolume>& volume, bool& bExisted);
+
+    // Abandons an open batch, flushes, and lets the file go; the last process to do so cuts it to its content.
+    ~CVolume();
+    CVolume(const CVolume&) = delete;
+    CVolume& operator=(const CVolume&) = delete;
+
+    const CFileIdentity& Identity() const;
+    const std::wstring& Path() const; // full path, as first opened
+    const CEGUID& Guid() const;       // random, the same in all processes for as long as one has the file open
+
+    // Makes all that is committed safe against a power cut.
+    DWORD Flush();
+
+    // One transaction over many write accesses. BeginBatch: ERROR_ALREADY_EXISTS when one is open; the others:
+    // ERROR_NO_DATA when none is. CommitBatch fails with the error of a write access that ended half way.
+    DWORD BeginBatch();
+    DWORD CommitBatch();
+    DWORD AbandonBatch();
+
+    // Which databases have open handles, in whatever process: IsDatabaseOpen(0) asks for any at all. Entries of a
+    // process that died are forgotten. NoteDatabaseOpen: ERROR_NOT_ENOUGH_MEMORY when the table is full.
+    DWORD NoteDatabaseOpen(CEOID oidDatabase);
+    void NoteDatabaseClosed(CEOID oidDatabase);
+    bool IsDatabaseOpen(CEOID oidDatabase);
+
+    // Walks both trees and the free list: every page is used exactly once, keys are in order. False, and a sentence in
+    // strProblem, for the first contradiction.
+    bool CheckPages(std::wstring& strProblem);
+
+private:
+    friend class CAccess;
+    friend class CReadAccess;
+    friend class CWriteAccess;
+    friend class CTreeCursor;
+    CVolume();
+    std::unique_ptr<CVolumeState> m_pState;
+};
+
+// What reading and writing have in common. Inside a batch both see the batch's own changes.
+class CAccess
+{
+public:
+    CAccess(const CAccess&) = delete;
+    CAccess& operator=(const CAccess&) = delete;
+
+    // ERROR_SUCCESS, or why the access could not begin: nothing else may be called then.
+    DWORD Error() const { return m_dwError; }
+
+    // A number that differs whenever the map may differ from what an earlier access of this process saw: what was
+    // cached under the same number is still good. A write access that commits reports its own new number through
+    // CWriteAccess::Commit, so that a cache that its owner kept right can be stamped anew.
+    ULONGLONG ContentVersion() const;
+
+    // The value under a key; false when there is none, or when the volume turns out damaged: Error() tells the two
+    // apart afterwards (ERROR_FILE_CORRUPT), here and after a cursor's move.
+    bool Get(CBytes key, CBytes& value);
+
+protected:
+    explicit CAccess(CVolume& volume) : m_volume(volume) {}
+    ~CAccess() = default;
+    friend class CTreeCursor;
+    CVolume& m_volume;
+    DWORD m_dwError = ERROR_SUCCESS;
+};
+
+// One reading call: a snapshot of the last committed state (of the batch's state inside a batch).
+class CReadAccess : public CAccess
+{
+public:
+    explicit CReadAccess(CVolume& volume);
+    ~CReadAccess();
+};
+
+// One writing call: all its changes or none. Ends without effect unless Commit succeeded.
+class CWriteAccess : public CAccess
+{
+public:
+    explicit CWriteAccess(CVolume& volume);
+    ~CWriteAccess();
+
+    // Makes sure, before the first change, that changes of about cb bytes in all will find room in the file
+    // (ERROR_DISK_FULL). Inside a batch this is what keeps a call from failing half way.
+    DWORD Reserve(size_t cb);
+
+    // Sets a key's value. The second form leaves the cb bytes to be filled at p before anything else is called.
+    DWORD Put(CBytes key, CBytes value);
+    DWORD Put(CBytes key, size_t cb, BYTE*& p);
+    // Removes a key. ERROR_FILE_NOT_FOUND when there is none.
+    DWORD Delete(CBytes key);
+
+    // Commits (inside a batch: adds to it). The version is the one that accesses see from now on.
+    DWORD Commit(ULONGLONG* pullVersion = nullptr);
+
+private:
+    bool m_bChanged = false;
+    bool m_bDone = false;
+};
+
+// A place in the map that is kept between accesses as long as nothing changes: a walk then costs no seek.
+class CTreeCursor
+{
+public:
+    explicit CTreeCursor(CVolume& volume);
+    ~CTreeCursor();
+    CTreeCursor(const CTreeCursor&) = delete;
+    CTreeCursor& operator=(const CTreeCursor&) = delete;
+
+    // True while the cursor still stands where it was put: nothing was committed or written since. Else it must be put
+    // anew by a Seek; Next and Prev need a placed cursor.
+    bool IsPlaced(const CAccess& access) const;
+
+    // Each stands on an entry afterwards and returns true, or there is none: false, and the cursor is not placed.
+    bool SeekAtLeast(CAccess& access, CBytes key); // the first entry with a key >= key
+    bool SeekBefore(CAccess& access, CBytes key);  // the last entry with a key < key
+    bool Next(CAccess& access);
+    bool Prev(CAccess& access);
+
+    // The entry. Good until the access ends or writes.
+    CBytes Key() const { return m_key; }
+    CBytes Value() const { return m_value; }
+
+private:
+    bool Move(CAccess& access, int op, CBytes key);
+    CVolume& m_volume;
+    void* m_pCursor = nullptr;  // MDB_cursor of m_ullVersion's transaction
+    ULONGLONG m_ullVersion = 0; // state of the map that the cursor is placed in
+    bool m_bOnWriteTxn = false; // the cursor belongs to a batch's transaction
+    bool m_bPlaced = false;
+    CBytes m_key, m_value;
+};
+
+} // namespace store
+
+#endif

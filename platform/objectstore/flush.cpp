@@ -1,0 +1,177 @@
+// Flushes, and what has to be found again when a process died: docs/database.md has the reasoning.
+#include "volumestate.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace store {
+
+// Learns, from the flushed state just reached, which pages the next transactions may use.
+DWORD CVolumeState::AdoptFlushed()
+{
+    const DWORD dwError = BeginReading();
+    if (dwError != ERROR_SUCCESS) return dwError;
+    std::vector<BYTE> freeMap(KV_PAGE_MAP_BYTES);
+    const int rc = kv_list_free(pReadTxn, freeMap.data());
+    if (rc != MDB_SUCCESS) return ToWin32(rc);
+    // Pages that are held yet were freed before this state: it does not use them either.
+    for (size_t i = 0; i < freeMap.size(); i++) shared->rgFreeInFlushed[i] = freeMap[i] | shared->rgHeld[i];
+    kv_committed(pEnv, &shared->flushed);
+    shared->dwCommitsSinceFlush = 0;
+    return ERROR_SUCCESS;
+}
+
+DWORD CVolumeState::WriteVolumeHeader(bool bInUse)
+{
+    CVolumeHeader header = {};
+    std::memcpy(header.rgMagic, "KORVANEV", sizeof header.rgMagic);
+    header.dwVersion = kFormatVersion;
+    header.dwPageBytes = kPageBytes;
+    header.dwSequence = shared->dwSequence;
+    header.dwInUse = bInUse;
+    header.boot = PresentBoot();
+    header.flushed = shared->flushed;
+    const DWORD dwError = WriteHeader(hFile, header);
+    if (dwError == ERROR_SUCCESS) shared->dwSequence = header.dwSequence;
+    return dwError;
+}
+
+// Before the first change: from now on the file is not what its header says, and a power cut must be noticed.
+DWORD CVolumeState::MarkInUse()
+{
+    const DWORD dwError = WriteVolumeHeader(true);
+    if (dwError == ERROR_SUCCESS) shared->bInUseMarked = 1;
+    return dwError;
+}
+
+// Makes the committed state the flushed one. Until the header that says so is on the disk, nothing of the old one has
+// been written to; afterwards its pages are free for use.
+DWORD CVolumeState::FlushLocked()
+{
+    const bool bHeld = std::any_of(shared->rgHeld, shared->rgHeld + KV_PAGE_MAP_BYTES, [](BYTE b) { return b != 0; });
+    if (!bHeld && kv_committed_txnid(pEnv) == shared->flushed.txnid) return ERROR_SUCCESS;
+    shared->bChanging = 1;
+    DWORD dwError = ERROR_SUCCESS;
+    // While a batch is open, in whatever process, there can be no transaction: the pages then stay held until the next
+    // flush.
+    bool bReleased = false;
+    if (bHeld && shared->lBatch == 0) {
+        dwError = kv_map_is_short(pEnv) ? MapWholeFile() : ERROR_SUCCESS;
+        if (dwError == ERROR_SUCCESS) dwError = ToWin32(mdb_txn_begin(pEnv, nullptr, 0, &pWriteTxn));
+        if (dwError == ERROR_SUCCESS) {
+            pages.pin = 0;
+            dwError = ToWin32(kv_free_held(pWriteTxn, shared->rgHeld));
+            if (dwError == ERROR_SUCCESS) dwError = MakeRoom(KV_PAGE_MAP_BYTES * 8 * 4 / 16);
+            if (dwError == ERROR_SUCCESS) {
+                dwError = Commit();
+            } else {
+                Abort();
+            }
+            pages.pin = 1;
+            bReleased = dwError == ERROR_SUCCESS;
+        }
+    }
+    if (dwError == ERROR_SUCCESS) dwError = kv_sync(pEnv);
+    if (dwError == ERROR_SUCCESS) {
+        kv_committed(pEnv, &shared->flushed);
+        dwError = WriteVolumeHeader(true);
+    }
+    if (bReleased && dwError != ERROR_SUCCESS) {
+        // The list now offers pages that the state on the disk still uses: no transaction before a flush has succeeded.
+        shared->bNeedsRecovery = 1;
+    } else if (dwError == ERROR_SUCCESS) {
+        if (bReleased) std::memset(shared->rgHeld, 0, sizeof shared->rgHeld);
+        dwError = AdoptFlushed();
+    }
+    shared->bChanging = 0;
+    return dwError;
+}
+
+// After a process died while changing the volume (or all of them did): what the trees do not use and the free list does
+// not offer was put aside, or lost. It is freed by a flush that itself takes pages from the end of the file only.
+DWORD CVolumeState::Recover()
+{
+    DWORD dwError = shared->bInUseMarked ? ERROR_SUCCESS : MarkInUse();
+    if (dwError == ERROR_SUCCESS) dwError = BeginReading();
+    if (dwError != ERROR_SUCCESS) return dwError;
+    std::vector<BYTE> used(KV_PAGE_MAP_BYTES), freeMap(KV_PAGE_MAP_BYTES);
+    uint32_t dwPage = 0;
+    int rc = kv_list_used(pReadTxn, used.data(), &dwPage);
+    if (rc == MDB_SUCCESS) rc = kv_list_free(pReadTxn, freeMap.data());
+    if (rc != MDB_SUCCESS) return ToWin32(rc);
+    kv_state committed;
+    kv_committed(pEnv, &committed);
+    std::memset(shared->rgHeld, 0, sizeof shared->rgHeld);
+    for (DWORD dw = KV_RESERVED_PAGES; dw <= committed.last_page; dw++) {
+        if (kv_bit(used.data(), dw) && kv_bit(freeMap.data(), dw)) return ERROR_FILE_CORRUPT;
+        if (!kv_bit(used.data(), dw) && !kv_bit(freeMap.data(), dw)) kv_set_bit(shared->rgHeld, dw);
+    }
+    kv_forbid_reuse(pEnv, 1);
+    shared->flushed.txnid = 0; // whatever it was: this state is to be flushed
+    dwError = FlushLocked();
+    kv_forbid_reuse(pEnv, 0);
+    if (dwError == ERROR_SUCCESS) shared->bNeedsRecovery = 0;
+    return dwError;
+}
+
+DWORD CVolume::Flush()
+{
+    CVolumeState& state = *m_pState;
+    state.shared.Lock();
+    DWORD dwError = ERROR_SUCCESS;
+    if (state.shared->bNeedsRecovery && state.shared->lBatch == 0) dwError = state.Recover();
+    if (dwError == ERROR_SUCCESS) dwError = state.FlushLocked();
+    state.shared.Unlock();
+    return dwError;
+}
+
+bool CVolume::CheckPages(std::wstring& strProblem)
+{
+    CReadAccess access(*this);
+    CVolumeState& state = *m_pState;
+    if (access.Error() != ERROR_SUCCESS) {
+        strProblem = L"the volume cannot be read: error " + std::to_wstring(access.Error());
+        return false;
+    }
+    std::vector<BYTE> used(KV_PAGE_MAP_BYTES), freeMap(KV_PAGE_MAP_BYTES);
+    uint32_t dwPage = 0;
+    // The batch's own state has a free list that is not saved: the committed one is checked.
+    if (state.bBatch && state.BeginReading() != ERROR_SUCCESS) return false;
+    if (kv_list_used(state.pReadTxn, used.data(), &dwPage) != MDB_SUCCESS) {
+        strProblem = L"page " + std::to_wstring(dwPage) + L" is damaged, or used twice";
+        return false;
+    }
+    if (kv_list_free(state.pReadTxn, freeMap.data()) != MDB_SUCCESS) {
+        strProblem = L"the list of free pages contradicts itself";
+        return false;
+    }
+    kv_state committed;
+    kv_committed(state.pEnv, &committed);
+    for (DWORD dw = KV_RESERVED_PAGES; dw <= committed.last_page && !state.shared->bNeedsRecovery; dw++) {
+        const int nRoles = kv_bit(used.data(), dw) + kv_bit(freeMap.data(), dw) + kv_bit(state.shared->rgHeld, dw);
+        if (nRoles == 1) continue;
+        strProblem =
+            L"page " + std::to_wstring(dw) + (nRoles ? L" is in use and free at once" : L" is neither used nor free");
+        return false;
+    }
+    MDB_cursor* pCursor = nullptr;
+    if (mdb_cursor_open(state.pReadTxn, kMainTree, &pCursor) != MDB_SUCCESS) {
+        strProblem = L"the map cannot be walked";
+        return false;
+    }
+    std::vector<BYTE> last;
+    MDB_val key, value;
+    int rc = mdb_cursor_get(pCursor, &key, &value, MDB_FIRST);
+    for (; rc == MDB_SUCCESS; rc = mdb_cursor_get(pCursor, &key, &value, MDB_NEXT)) {
+        const MDB_val before = {last.size(), last.data()};
+        if (!last.empty() && CompareKeys(&before, &key) >= 0) break;
+        const BYTE* p = static_cast<const BYTE*>(key.mv_data);
+        last.assign(p, p + key.mv_size);
+    }
+    mdb_cursor_close(pCursor);
+    if (rc == MDB_NOTFOUND) return true;
+    strProblem = L"the keys of the map are not in order";
+    return false;
+}
+
+} // namespace store

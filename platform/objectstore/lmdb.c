@@ -1,0 +1,364 @@
+/* LMDB, compiled with what korvanestore needs inside it. cmake/LmdbSource.cmake puts calls of the four static functions
+ * declared here into its source; the rest serves engine.cpp through lmdb_ext.h.
+ *
+ * Why it is not enough to use LMDB as it is:
+ *  - With a writable map and no synchronous writes a commit is a store into memory, but then the system may write pages
+ *    to the disk in any order, and after a power cut nothing can be trusted. So the pages of the last flushed state are
+ *    never written to until the next flush is complete: a page of it that a transaction frees is put aside
+ *    (kv_hold_pages) and listed as free only by the next flush.
+ *  - A map cannot grow while LMDB has a transaction; a batch must (kv_remap).
+ *  - LMDB believes what it reads. A volume may come from a stranger: each page is checked when this process first meets
+ *    it (kv_page_is_sound), and again when it was given a new use (kv_page_taken).
+ */
+#include "lmdb_ext.h"
+
+static int kv_hold_pages(MDB_txn* txn);
+static int kv_reuse_forbidden(MDB_env* env);
+static void kv_page_taken(MDB_env* env, size_t page, int count);
+static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_t end);
+
+#include <mdb_prepared.c>
+#include <midl.c>
+
+_Static_assert(sizeof(pgno_t) == 4 && sizeof(MDB_db) == 28, "the layout of a 32-bit build");
+_Static_assert(sizeof(kv_state) == KV_STATE_BYTES, "part of the volume format");
+
+/* ---- Which pages may be used again ---------------------------------------------------------------------------- */
+
+static kv_pages* pages_of(MDB_env* env)
+{
+    return (kv_pages*)env->me_userctx;
+}
+
+static int kv_reuse_forbidden(MDB_env* env)
+{
+    const kv_pages* pages = pages_of(env);
+    return pages && pages->reuse_forbidden;
+}
+
+/* Whether the last flushed state needs the page. */
+static int in_flushed(const kv_pages* pages, pgno_t page)
+{
+    return page <= pages->flushed_last_page && !kv_bit(pages->free_in_flushed, page);
+}
+
+static int put_aside(kv_pages* pages, pgno_t page)
+{
+    if (pages->held_count == pages->held_room) {
+        const uint32_t room = pages->held_room ? 2 * pages->held_room : 64;
+        uint32_t* held = realloc(pages->held, room * sizeof *held);
+        if (!held) return ENOMEM;
+        pages->held = held;
+        pages->held_room = room;
+    }
+    pages->held[pages->held_count++] = page;
+    return 0;
+}
+
+/* Takes the flushed state's pages out of the list of pages that the transaction frees. Called each time that
+ * mdb_freelist_save is about to look at that list, which saving it makes longer. */
+static int kv_hold_pages(MDB_txn* txn)
+{
+    kv_pages* pages = pages_of(txn->mt_env);
+    MDB_IDL list = txn->mt_free_pgs;
+    MDB_ID i, kept = 0;
+    if (!pages || !pages->pin) return MDB_SUCCESS;
+    for (i = 1; i <= list[0]; i++) {
+        if (!in_flushed(pages, list[i])) {
+            list[++kept] = list[i];
+        } else {
+            const int rc = put_aside(pages, list[i]);
+            if (rc) return rc;
+        }
+    }
+    list[0] = kept;
+    return MDB_SUCCESS;
+}
+
+int kv_free_held(MDB_txn* txn, const uint8_t* held)
+{
+    uint32_t page;
+    for (page = KV_RESERVED_PAGES; page < txn->mt_next_pgno; page++) {
+        if (!held[page >> 3]) {
+            page |= 7;
+        } else if (kv_bit(held, page)) {
+            const int rc = mdb_midl_append(&txn->mt_free_pgs, page);
+            if (rc) return rc;
+        }
+    }
+    /* A transaction without a change of the map commits nothing, and these pages are none. */
+    txn->mt_flags |= MDB_TXN_DIRTY;
+    return 0;
+}
+
+/* ---- Pages are checked before they are trusted ---------------------------------------------------------------- */
+
+/* kv_pages.use */
+enum {
+    USE_UNKNOWN, /* this process has not met the page */
+    USE_SOUND,   /* checked, or written by this process since it was */
+    USE_TAKEN    /* given out by the allocator: written by this process, but perhaps as something else than before */
+};
+
+static void kv_page_taken(MDB_env* env, size_t page, int count)
+{
+    kv_pages* pages = pages_of(env);
+    if (pages) memset(pages->use + page, USE_TAKEN, count);
+}
+
+static int node_is_sound(const MDB_page* p, const MDB_node* node, size_t room, size_t end)
+{
+    size_t bytes;
+    if (room < NODESIZE) return 0;
+    if (IS_BRANCH(p)) {
+        const size_t child = NODEPGNO(node);
+        return NODESIZE + NODEKSZ(node) <= room && NODEKSZ(node) <= MDB_MAXKEYSIZE && child >= KV_RESERVED_PAGES &&
+               child < end;
+    }
+    if (NODEKSZ(node) == 0 || NODEKSZ(node) > MDB_MAXKEYSIZE || (node->mn_flags & ~F_BIGDATA)) return 0;
+    bytes = NODEDSZ(node);
+    if (node->mn_flags & F_BIGDATA) {
+        pgno_t first;
+        if (NODESIZE + NODEKSZ(node) + sizeof first > room) return 0;
+        memcpy(&first, NODEDATA(node), sizeof first);
+        return first >= KV_RESERVED_PAGES && first < end && OVPAGES(bytes, KV_PAGE_BYTES) <= end - first;
+    }
+    return bytes <= room && NODESIZE + NODEKSZ(node) + bytes <= room;
+}
+
+static int page_is_sound(const MDB_page* p, size_t number, size_t end, int taken)
+{
+    const int in_transaction = taken ? P_DIRTY | P_LOOSE | P_KEEP : 0;
+    const int flags = p->mp_flags & ~in_transaction;
+    unsigned keys, i;
+    if (p->mp_pgno != number) return 0;
+    if (flags == P_OVERFLOW) return p->mp_pages >= 1 && p->mp_pages <= end - number;
+    if (flags != P_BRANCH && flags != P_LEAF) return 0;
+    if (p->mp_lower < PAGEHDRSZ || p->mp_lower > p->mp_upper || p->mp_upper > KV_PAGE_BYTES || (p->mp_lower & 1)) return 0;
+    keys = NUMKEYS(p);
+    if (!taken && keys < (flags == P_BRANCH ? 2u : 1u)) return 0;
+    for (i = 0; i < keys; i++) {
+        const unsigned at = p->mp_ptrs[i];
+        if (at < p->mp_upper || at >= KV_PAGE_BYTES || (at & 1)) return 0;
+        if (!node_is_sound(p, NODEPTR(p, i), KV_PAGE_BYTES - at, end)) return 0;
+    }
+    return 1;
+}
+
+static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_t end)
+{
+    kv_pages* pages = pages_of(env);
+    if (!pages || pages->use[number] == USE_SOUND) return 1;
+    if (number < KV_RESERVED_PAGES || !page_is_sound(page, number, end, pages->use[number] == USE_TAKEN)) return 0;
+    pages->use[number] = USE_SOUND;
+    return 1;
+}
+
+/* ---- States and metas ----------------------------------------------------------------------------------------- */
+
+static void state_of(const MDB_meta* meta, kv_state* state)
+{
+    state->last_page = meta->mm_last_pg;
+    state->txnid = meta->mm_txnid;
+    memcpy(state->trees, meta->mm_dbs, sizeof state->trees);
+}
+
+void kv_empty_state(kv_state* state)
+{
+    MDB_db trees[CORE_DBS];
+    memset(trees, 0, sizeof trees);
+    trees[FREE_DBI].md_pad = KV_PAGE_BYTES;
+    trees[FREE_DBI].md_flags = MDB_INTEGERKEY;
+    trees[FREE_DBI].md_root = P_INVALID;
+    trees[MAIN_DBI].md_root = P_INVALID;
+    state->last_page = KV_RESERVED_PAGES - 1;
+    state->txnid = 1;
+    memcpy(state->trees, trees, sizeof state->trees);
+}
+
+void kv_build_metas(const kv_state* state, uint32_t file_bytes, uint8_t pages[2 * KV_PAGE_BYTES])
+{
+    int i;
+    memset(pages, 0, 2 * KV_PAGE_BYTES);
+    for (i = 0; i < 2; i++) {
+        MDB_page* page = (MDB_page*)(pages + i * KV_PAGE_BYTES);
+        MDB_meta* meta = METADATA(page);
+        page->mp_pgno = i;
+        page->mp_flags = P_META;
+        meta->mm_magic = MDB_MAGIC;
+        meta->mm_version = MDB_DATA_VERSION;
+        meta->mm_mapsize = file_bytes;
+        memcpy(meta->mm_dbs, state->trees, sizeof state->trees);
+        meta->mm_last_pg = state->last_page;
+        meta->mm_txnid = (state->txnid & 1) == (unsigned)i ? state->txnid : state->txnid - 1;
+    }
+}
+
+static int tree_is_sound(const MDB_db* tree, unsigned flags, uint32_t last_page)
+{
+    if (tree->md_flags != flags) return 0;
+    if (tree->md_root == P_INVALID) return tree->md_depth == 0;
+    return tree->md_root >= KV_RESERVED_PAGES && tree->md_root <= last_page && tree->md_depth >= 1 &&
+           tree->md_depth < CURSOR_STACK;
+}
+
+int kv_state_is_sound(const kv_state* state, uint32_t file_bytes)
+{
+    MDB_db trees[CORE_DBS];
+    memcpy(trees, state->trees, sizeof trees);
+    return state->txnid >= 1 && state->last_page >= KV_RESERVED_PAGES - 1 &&
+           state->last_page < file_bytes / KV_PAGE_BYTES && state->last_page < KV_MAX_PAGES &&
+           trees[FREE_DBI].md_pad == KV_PAGE_BYTES && tree_is_sound(&trees[FREE_DBI], MDB_INTEGERKEY, state->last_page) &&
+           tree_is_sound(&trees[MAIN_DBI], 0, state->last_page);
+}
+
+int kv_read_metas(const uint8_t pages[2 * KV_PAGE_BYTES], uint32_t file_bytes, kv_state* state)
+{
+    const MDB_meta* metas[2];
+    int i;
+    for (i = 0; i < 2; i++) {
+        const MDB_page* page = (const MDB_page*)(pages + i * KV_PAGE_BYTES);
+        metas[i] = METADATA(page);
+        if (page->mp_pgno != (pgno_t)i || page->mp_flags != P_META || metas[i]->mm_magic != MDB_MAGIC ||
+            metas[i]->mm_version != MDB_DATA_VERSION) {
+            return MDB_INVALID;
+        }
+    }
+    state_of(metas[metas[0]->mm_txnid < metas[1]->mm_txnid], state);
+    return kv_state_is_sound(state, file_bytes) ? MDB_SUCCESS : MDB_INVALID;
+}
+
+void kv_committed(MDB_env* env, kv_state* state)
+{
+    state_of(mdb_env_pick_meta(env), state);
+}
+
+uint32_t kv_committed_txnid(MDB_env* env)
+{
+    const txnid_t first = env->me_metas[0]->mm_txnid, second = env->me_metas[1]->mm_txnid;
+    return first < second ? second : first;
+}
+
+/* ---- The map -------------------------------------------------------------------------------------------------- */
+
+int kv_map_is_short(MDB_env* env)
+{
+    return env->me_maxpg <= mdb_env_pick_meta(env)->mm_last_pg;
+}
+
+int kv_remap(MDB_env* env, uint32_t bytes)
+{
+    MDB_txn* txn = env->me_txn;
+    char* old = env->me_map;
+    int rc;
+    munmap(env->me_map, env->me_mapsize);
+    env->me_map = NULL;
+    env->me_mapsize = bytes;
+    rc = mdb_env_map(env, NULL);
+    if (rc) return rc;
+    env->me_maxpg = bytes / env->me_psize;
+    if (txn && env->me_map != old) {
+        /* The transaction's pages lie in the file: only where they are seen has changed. */
+        MDB_ID2L dirty = txn->mt_u.dirty_list;
+        MDB_page** loose;
+        MDB_ID i;
+        for (i = 1; i <= dirty[0].mid; i++) dirty[i].mptr = env->me_map + ((char*)dirty[i].mptr - old);
+        for (loose = &txn->mt_loose_pgs; *loose; loose = &NEXT_LOOSE_PAGE(*loose)) {
+            *loose = (MDB_page*)(env->me_map + ((char*)*loose - old));
+        }
+    }
+    return 0;
+}
+
+uint32_t kv_pages_left(MDB_txn* txn)
+{
+    return txn->mt_env->me_maxpg - txn->mt_next_pgno;
+}
+
+int kv_sync(MDB_env* env)
+{
+    /* The first call starts writing what the map has changed, the second waits until all of the file is on the disk. */
+    return FlushViewOfFile(env->me_map, 0) && FlushFileBuffers(env->me_fd) ? ERROR_SUCCESS : (int)GetLastError();
+}
+
+void kv_forbid_reuse(MDB_env* env, int forbidden)
+{
+    pages_of(env)->reuse_forbidden = forbidden;
+    env->me_pgoldest = 0; /* what the allocator remembers of earlier transactions */
+}
+
+/* ---- Lists of pages ------------------------------------------------------------------------------------------- */
+
+int kv_list_free(MDB_txn* txn, uint8_t* free_map)
+{
+    MDB_cursor* cursor;
+    MDB_val key, data;
+    int rc = mdb_cursor_open(txn, FREE_DBI, &cursor);
+    if (rc) return rc;
+    for (rc = mdb_cursor_get(cursor, &key, &data, MDB_FIRST); !rc; rc = mdb_cursor_get(cursor, &key, &data, MDB_NEXT)) {
+        const MDB_ID* list = data.mv_data;
+        MDB_ID i;
+        if (key.mv_size != sizeof(txnid_t) || data.mv_size < sizeof *list || list[0] > data.mv_size / sizeof *list - 1) break;
+        for (i = 1; i <= list[0]; i++) {
+            if (list[i] < KV_RESERVED_PAGES || list[i] >= txn->mt_next_pgno || (i > 1 && list[i] >= list[i - 1]) ||
+                kv_bit(free_map, list[i])) {
+                break;
+            }
+            kv_set_bit(free_map, list[i]);
+        }
+        if (i <= list[0]) break;
+    }
+    mdb_cursor_close(cursor);
+    return rc == MDB_NOTFOUND ? MDB_SUCCESS : rc ? rc : MDB_CORRUPTED;
+}
+
+static int use_page(MDB_txn* txn, uint8_t* used_map, pgno_t page, uint32_t count)
+{
+    for (; count; page++, count--) {
+        if (page < KV_RESERVED_PAGES || page >= txn->mt_next_pgno || kv_bit(used_map, page)) return 0;
+        kv_set_bit(used_map, page);
+    }
+    return 1;
+}
+
+static int list_tree(MDB_txn* txn, pgno_t root, unsigned depth, uint8_t* used_map, uint32_t* bad)
+{
+    const MDB_page* p = (const MDB_page*)(txn->mt_env->me_map + (size_t)KV_PAGE_BYTES * root);
+    unsigned i;
+    *bad = root;
+    if (!depth || !use_page(txn, used_map, root, 1) || !page_is_sound(p, root, txn->mt_next_pgno, 0)) return MDB_CORRUPTED;
+    if (depth == 1 ? !IS_LEAF(p) : !IS_BRANCH(p)) return MDB_CORRUPTED;
+    for (i = 0; i < NUMKEYS(p); i++) {
+        const MDB_node* node = NODEPTR(p, i);
+        if (IS_BRANCH(p)) {
+            const int rc = list_tree(txn, NODEPGNO(node), depth - 1, used_map, bad);
+            if (rc) return rc;
+            *bad = root;
+        } else if (node->mn_flags & F_BIGDATA) {
+            const uint32_t count = OVPAGES(NODEDSZ(node), KV_PAGE_BYTES);
+            const MDB_page* first;
+            pgno_t page;
+            memcpy(&page, NODEDATA(node), sizeof page);
+            first = (const MDB_page*)(txn->mt_env->me_map + (size_t)KV_PAGE_BYTES * page);
+            if (first->mp_pgno != page || first->mp_flags != P_OVERFLOW || first->mp_pages != count ||
+                !use_page(txn, used_map, page, count)) {
+                *bad = page;
+                return MDB_CORRUPTED;
+            }
+        }
+    }
+    return MDB_SUCCESS;
+}
+
+int kv_list_used(MDB_txn* txn, uint8_t* used_map, uint32_t* page)
+{
+    int tree;
+    for (tree = 0; tree < CORE_DBS; tree++) {
+        const MDB_db* db = &txn->mt_dbs[tree];
+        if (db->md_root != P_INVALID) {
+            const int rc = list_tree(txn, db->md_root, db->md_depth, used_map, page);
+            if (rc) return rc;
+        }
+    }
+    return MDB_SUCCESS;
+}

@@ -1,0 +1,90 @@
+/* lmdb_ext.h - what engine.cpp needs of LMDB beyond its interface: which pages may be reused, a map that grows under a
+ * transaction, volumes that are checked before they are trusted. Implemented in lmdb.c, inside LMDB's own source.
+ *
+ * A "page map" is an array of bits, one a page. All results are LMDB's codes (0, MDB_..., or a Win32 code).
+ */
+#ifndef KORVANESTORE_LMDB_EXT_H
+#define KORVANESTORE_LMDB_EXT_H
+
+#include <lmdb.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum {
+    KV_PAGE_BYTES = 4096,
+    KV_RESERVED_PAGES = 4,  /* LMDB's two meta pages and the volume's two headers */
+    KV_MAX_PAGES = 1 << 18, /* 1 GiB: what a 32-bit process can map beside itself */
+    KV_PAGE_MAP_BYTES = KV_MAX_PAGES / 8,
+    KV_STATE_BYTES = 64
+};
+
+/* A committed state: what a meta page says. Plain data, kept in the volume header. */
+typedef struct kv_state
+{
+    uint32_t last_page;
+    uint32_t txnid;
+    uint8_t trees[56]; /* MDB_db of the free list and of the map */
+} kv_state;
+
+/* The engine's word on pages, attached to the environment (mdb_env_set_userctx) for as long as it is open. */
+typedef struct kv_pages
+{
+    const uint8_t* free_in_flushed; /* page map: was free in the last flushed state */
+    uint32_t flushed_last_page;     /* the last flushed state's last page */
+    int pin;                        /* pages of the flushed state that a transaction frees are held, not listed */
+    int reuse_forbidden;            /* pages come from the end of the file only */
+    uint8_t* use;                   /* a byte a page, this process's knowledge: see lmdb.c */
+    uint32_t* held;                 /* pages that the transaction has put aside so far */
+    uint32_t held_count, held_room;
+} kv_pages;
+
+static inline int kv_bit(const uint8_t* map, uint32_t page)
+{
+    return map[page >> 3] >> (page & 7) & 1;
+}
+static inline void kv_set_bit(uint8_t* map, uint32_t page)
+{
+    map[page >> 3] |= (uint8_t)(1 << (page & 7));
+}
+
+/* The first two pages of a file in this state. Both metas lead to it, the one that it was committed to the newer. */
+void kv_build_metas(const kv_state* state, uint32_t file_bytes, uint8_t pages[2 * KV_PAGE_BYTES]);
+/* A new, empty state. */
+void kv_empty_state(kv_state* state);
+/* The newer state of two meta pages as they lie in a file; MDB_INVALID when they make no sense in a file of that size. */
+int kv_read_metas(const uint8_t pages[2 * KV_PAGE_BYTES], uint32_t file_bytes, kv_state* state);
+/* Whether a state can be one of a file of that size. */
+int kv_state_is_sound(const kv_state* state, uint32_t file_bytes);
+
+/* The state that was committed last, and its number alone (a read of memory). */
+void kv_committed(MDB_env* env, kv_state* state);
+uint32_t kv_committed_txnid(MDB_env* env);
+/* Whether that state reaches beyond the present map: another process has let the file grow. */
+int kv_map_is_short(MDB_env* env);
+
+/* Maps the file anew with so many bytes. A write transaction may be open, cursors on it and read transactions not. */
+int kv_remap(MDB_env* env, uint32_t bytes);
+/* Pages that the transaction can still take from the end of the map. */
+uint32_t kv_pages_left(MDB_txn* txn);
+
+/* Waits until all of the file is on the disk. A Win32 code. */
+int kv_sync(MDB_env* env);
+/* While it is on, transactions take no page that the free list offers. */
+void kv_forbid_reuse(MDB_env* env, int forbidden);
+
+/* Gives pages that were held to a transaction's free list. */
+int kv_free_held(MDB_txn* txn, const uint8_t* held);
+/* Sets the bits of all listed free pages and checks the list: MDB_CORRUPTED for a list that contradicts itself. */
+int kv_list_free(MDB_txn* txn, uint8_t* free_map);
+/* Sets the bits of all pages that the two trees use. MDB_CORRUPTED, and the page's number in *page, for one that is used
+ * twice, lies outside, or makes no sense. */
+int kv_list_used(MDB_txn* txn, uint8_t* used_map, uint32_t* page);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

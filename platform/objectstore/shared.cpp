@@ -1,0 +1,181 @@
+#include "shared.h"
+
+#include "engine.h"
+#include "header.h"
+
+#include <cwchar>
+#include <ntsecapi.h>
+
+namespace store {
+
+namespace {
+
+FILETIME StartOf(HANDLE process)
+{
+    FILETIME start = {}, exit, kernel, user;
+    ::GetProcessTimes(process, &start, &exit, &kernel, &user);
+    return start;
+}
+
+bool Same(const FILETIME& a, const FILETIME& b)
+{
+    return a.dwLowDateTime == b.dwLowDateTime && a.dwHighDateTime == b.dwHighDateTime;
+}
+
+// A process number is given out again after its process has ended: the time of the start tells the two apart.
+bool IsRunning(DWORD dwProcess, const FILETIME& ftStart)
+{
+    HANDLE process = ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, dwProcess);
+    if (!process) return ::GetLastError() == ERROR_ACCESS_DENIED;
+    const bool bRunning = Same(StartOf(process), ftStart) && ::WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
+    ::CloseHandle(process);
+    return bRunning;
+}
+
+} // namespace
+
+CShared::~CShared()
+{
+    if (m_pBlock) ::UnmapViewOfFile(m_pBlock);
+    if (m_hSection) ::CloseHandle(m_hSection);
+    if (m_hMutex) ::CloseHandle(m_hMutex);
+}
+
+DWORD CShared::Open(const CFileIdentity& identity)
+{
+    wchar_t szName[80];
+    std::swprintf(szName, 80, L"Local\\korvanestore-open-%08lx-%08lx%08lx", identity.dwVolumeSerial,
+                  identity.dwIndexHigh, identity.dwIndexLow);
+    m_hMutex = ::CreateMutexW(nullptr, FALSE, szName);
+    if (!m_hMutex) return ::GetLastError();
+    const DWORD dwError = LockOpening();
+    if (dwError != ERROR_SUCCESS) return dwError;
+    std::swprintf(szName, 80, L"Local\\korvanestore-%08lx-%08lx%08lx", identity.dwVolumeSerial, identity.dwIndexHigh,
+                  identity.dwIndexLow);
+    // A section of the system's own memory: the system hands it out cleared.
+    m_hSection = ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(CSharedBlock), szName);
+    if (m_hSection) {
+        m_pBlock = static_cast<CSharedBlock*>(::MapViewOfFile(m_hSection, FILE_MAP_WRITE, 0, 0, sizeof(CSharedBlock)));
+    }
+    if (m_pBlock) return ERROR_SUCCESS;
+    const DWORD dwMapError = ::GetLastError();
+    UnlockOpening();
+    return dwMapError;
+}
+
+DWORD CShared::LockOpening()
+{
+    const DWORD dwWait = ::WaitForSingleObject(m_hMutex, INFINITE);
+    // An abandoned mutex is ours all the same: its owner died while opening, and opening checks everything anew.
+    return dwWait == WAIT_OBJECT_0 || dwWait == WAIT_ABANDONED ? ERROR_SUCCESS : ::GetLastError();
+}
+
+void CShared::UnlockOpening()
+{
+    ::ReleaseMutex(m_hMutex);
+}
+
+bool CShared::OthersAreHere()
+{
+    bool bOthers = false;
+    for (DWORD i = 0; i < kProcessSlots; i++) {
+        auto& process = m_pBlock->rgProcesses[i];
+        if (process.dwProcess == 0 || static_cast<LONG>(i + 1) == m_lOwner) continue;
+        if (IsRunning(process.dwProcess, process.ftStart)) {
+            bOthers = true;
+            continue;
+        }
+        for (DWORD k = 0; k < m_pBlock->dwOpenDatabases; k++) {
+            auto& open = m_pBlock->rgOpenDatabases[k];
+            if (open.oid && open.wSlot == i) open.oid = 0;
+        }
+        TakeOver(static_cast<LONG>(i + 1));
+        process.dwProcess = 0;
+    }
+    return bOthers;
+}
+
+void CShared::Reset(const CVolumeHeader& header)
+{
+    *m_pBlock = {};
+    m_pBlock->dwSequence = header.dwSequence;
+    m_pBlock->flushed = header.flushed;
+    m_pBlock->bNeedsRecovery = header.dwInUse && header.boot == PresentBoot();
+    ::RtlGenRandom(&m_pBlock->guid, sizeof(CEGUID));
+}
+
+DWORD CShared::Enter()
+{
+    for (DWORD i = 0; i < kProcessSlots; i++) {
+        auto& process = m_pBlock->rgProcesses[i];
+        if (process.dwProcess) continue;
+        process.ftStart = StartOf(::GetCurrentProcess());
+        process.dwProcess = ::GetCurrentProcessId();
+        m_lOwner = static_cast<LONG>(i + 1);
+        return ERROR_SUCCESS;
+    }
+    return ERROR_NOT_ENOUGH_MEMORY;
+}
+
+void CShared::Leave()
+{
+    m_pBlock->rgProcesses[m_lOwner - 1].dwProcess = 0;
+    m_lOwner = 0;
+}
+
+bool CShared::IsGone(LONG lOwner) const
+{
+    const auto& process = m_pBlock->rgProcesses[lOwner - 1];
+    return lOwner != m_lOwner && !IsRunning(process.dwProcess, process.ftStart);
+}
+
+// Ends what a dead process was about. Its uncommitted pages are of no state, so an open batch is simply over; but if it
+// died while changing the volume, the pages it had put aside are lost to us until a recovery has found them.
+void CShared::TakeOver(LONG lDead)
+{
+    ::InterlockedCompareExchange(&m_pBlock->lBatch, 0, lDead);
+    if (m_pBlock->lLock == lDead) {
+        if (m_pBlock->bChanging) m_pBlock->bNeedsRecovery = 1;
+        m_pBlock->bChanging = 0;
+        ::InterlockedCompareExchange(&m_pBlock->lLock, 0, lDead);
+    }
+}
+
+void CShared::LockSlowly()
+{
+    for (DWORD dwTry = 1;; dwTry++) {
+        const LONG lHolder = ::InterlockedCompareExchange(&m_pBlock->lLock, m_lOwner, 0);
+        if (lHolder == 0) return;
+        if (dwTry % 64 != 0) {
+            YieldProcessor();
+        } else if (dwTry % 1024 != 0) {
+            ::SwitchToThread();
+        } else {
+            ::Sleep(1);
+            if (IsGone(lHolder)) {
+                // Of several waiters one takes over: the one that gets the dead one's lock for itself.
+                if (::InterlockedCompareExchange(&m_pBlock->lLock, m_lOwner, lHolder) != lHolder) continue;
+                ::InterlockedCompareExchange(&m_pBlock->lBatch, 0, lHolder);
+                if (m_pBlock->bChanging) m_pBlock->bNeedsRecovery = 1;
+                m_pBlock->bChanging = 0;
+                return;
+            }
+        }
+    }
+}
+
+void CShared::WaitForBatch()
+{
+    for (DWORD dwTry = 1; m_pBlock->lBatch != 0 && m_pBlock->lBatch != m_lOwner; dwTry++) {
+        const LONG lHolder = m_pBlock->lBatch;
+        if (dwTry % 16 == 0 && IsGone(lHolder)) {
+            ::InterlockedCompareExchange(&m_pBlock->lBatch, 0, lHolder);
+            continue;
+        }
+        Unlock();
+        ::Sleep(1);
+        Lock();
+    }
+}
+
+} // namespace store

@@ -1,0 +1,99 @@
+// shared.h - what the processes that have one volume open share: a lock, who is there, which pages wait for the flush.
+//
+// The block lies in a named section of the system, so it is gone with the last of the processes, however that one ends;
+// everything in it can be found anew from the file.
+//
+// Ownership  CShared owns its view of the block and, from Enter to Leave, a slot in it.
+// Threads    Open, Enter and Leave are called under the open mutex, all else under the lock.
+#ifndef KORVANESTORE_SHARED_H
+#define KORVANESTORE_SHARED_H
+
+#include "lmdb_ext.h"
+
+#include <windbase.h>
+
+namespace store {
+
+struct CFileIdentity;
+struct CVolumeHeader;
+
+constexpr DWORD kProcessSlots = 128;
+constexpr DWORD kOpenDatabaseSlots = 4096;
+
+struct CSharedBlock
+{
+    volatile LONG lLock;     // slot + 1 of the process inside a call, 0: nobody
+    volatile LONG lBatch;    // slot + 1 of the process with an open batch, 0: none
+    volatile LONG bChanging; // the process inside a call is changing the volume
+    LONG bNeedsRecovery;     // one died while it did: held pages are unknown until a recovery
+    LONG bInUseMarked;       // the header on the disk says "in use"
+    DWORD dwSequence;        // the header's
+    DWORD dwCommitsSinceFlush;
+    CEGUID guid;
+    kv_state flushed; // the last flushed state
+    struct
+    {
+        DWORD dwProcess; // 0: free
+        FILETIME ftStart;
+    } rgProcesses[kProcessSlots];
+    DWORD dwOpenDatabases; // entries of the table below that have ever been used
+    struct
+    {
+        CEOID oid; // 0: free
+        WORD wSlot;
+        WORD wCount;
+    } rgOpenDatabases[kOpenDatabaseSlots];
+    BYTE rgHeld[KV_PAGE_MAP_BYTES];          // pages of the flushed state that were freed since
+    BYTE rgFreeInFlushed[KV_PAGE_MAP_BYTES]; // pages that the flushed state does not use
+};
+
+class CShared
+{
+public:
+    CShared() = default;
+    ~CShared();
+    CShared(const CShared&) = delete;
+    CShared& operator=(const CShared&) = delete;
+
+    // Makes or opens the block of a file, and takes the mutex that lets one process at a time open or close it.
+    DWORD Open(const CFileIdentity& identity);
+    void UnlockOpening();
+    DWORD LockOpening();
+
+    // Forgets processes that are gone. True when another one is there.
+    bool OthersAreHere();
+    // The first process: fills the block from the volume's header.
+    void Reset(const CVolumeHeader& header);
+    // Takes a slot for this process; ERROR_NOT_ENOUGH_MEMORY when all are taken.
+    DWORD Enter();
+    void Leave();
+
+    // The lock around every call. A process that died inside is found out and its lock taken over.
+    void Lock();
+    void Unlock() { __atomic_store_n(&m_pBlock->lLock, 0, __ATOMIC_RELEASE); }
+    // Waits, inside the lock, until no other process has a batch open.
+    void WaitForBatch();
+    bool IsBatchOurs() const { return m_pBlock->lBatch == m_lOwner; }
+    LONG Owner() const { return m_lOwner; }
+
+    CSharedBlock* operator->() const { return m_pBlock; }
+
+private:
+    void LockSlowly();
+    void TakeOver(LONG lDead);
+    bool IsGone(LONG lOwner) const;
+
+    HANDLE m_hMutex = nullptr;   // owned
+    HANDLE m_hSection = nullptr; // owned
+    CSharedBlock* m_pBlock = nullptr;
+    LONG m_lOwner = 0; // slot + 1, 0 outside
+};
+
+inline void CShared::Lock()
+{
+    if (::InterlockedCompareExchange(&m_pBlock->lLock, m_lOwner, 0) != 0) LockSlowly();
+}
+
+} // namespace store
+
+#endif

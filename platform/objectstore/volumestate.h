@@ -1,0 +1,87 @@
+// volumestate.h - the inside of CVolume: the engine's environment, its transactions, and what is shared with other
+// processes. Included by the engine's own sources only.
+//
+// Ownership  CVolume owns it; environment, transactions and cursors are the state's.
+// Threads    everything is used under the lock of `shared`, opening and closing under its open mutex as well.
+// Errors     Win32 codes; ToWin32 is the one place where LMDB's codes become such.
+#ifndef KORVANESTORE_VOLUMESTATE_H
+#define KORVANESTORE_VOLUMESTATE_H
+
+#include "engine.h"
+#include "header.h"
+#include "shared.h"
+
+#include <vector>
+
+namespace store {
+
+constexpr MDB_dbi kMainTree = 1; // LMDB's number of the unnamed tree
+
+// A file grows by a quarter of its size at a time, within these bounds. Each growth maps it anew.
+constexpr DWORD kSmallestStep = 64 * kPageBytes;
+constexpr DWORD kLargestStep = 4 << 20;
+constexpr DWORD kLargestFile = KV_MAX_PAGES * kPageBytes - kLargestStep;
+
+DWORD ToWin32(int rc);
+// How the map's keys compare: as bytes, the shorter first.
+int CompareKeys(const MDB_val* pA, const MDB_val* pB);
+
+class CScopedFile
+{
+public:
+    explicit CScopedFile(HANDLE file) : m_file(file) {}
+    ~CScopedFile() { Close(); }
+    CScopedFile(const CScopedFile&) = delete;
+    CScopedFile& operator=(const CScopedFile&) = delete;
+    operator HANDLE() const { return m_file; }
+    void Close()
+    {
+        if (m_file != INVALID_HANDLE_VALUE) ::CloseHandle(m_file);
+        m_file = INVALID_HANDLE_VALUE;
+    }
+
+private:
+    HANDLE m_file;
+};
+
+struct CVolumeState
+{
+    std::wstring strPath;
+    CFileIdentity identity;
+    CShared shared;
+    MDB_env* pEnv = nullptr;          // owned
+    HANDLE hFile = nullptr;           // the environment's
+    MDB_txn* pReadTxn = nullptr;      // owned; reset between changes of the map
+    bool bReadTxnLive = false;        // it holds a snapshot
+    MDB_txn* pWriteTxn = nullptr;     // of the present write access or the batch
+    bool bBatch = false;              // pWriteTxn outlives its access
+    DWORD dwBatchError = 0;           // a write access of the batch ended half way
+    std::vector<void**> writeCursors; // cursors on pWriteTxn: closed before it changes
+    ULONGLONG ullVersion = 1;         // see CAccess::ContentVersion
+    DWORD dwSeenTxn = 0;              // the committed state that ullVersion stands for
+    kv_pages pages = {};
+
+    ~CVolumeState();
+    DWORD Open(HANDLE file, DWORD dwDisposition, bool bCreated);
+    DWORD OpenEnvironment();
+    DWORD PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, bool bOthers, CVolumeHeader& header);
+    DWORD AdoptFlushed();
+    void SeeCommitted();
+    DWORD BeginReading();
+    void EndReading();
+    DWORD BeginTransaction();
+    DWORD Commit();
+    void Abort();
+    DWORD MapWholeFile();
+    DWORD MakeRoom(size_t cb);
+    DWORD WriteVolumeHeader(bool bInUse);
+    DWORD MarkInUse();
+    DWORD FlushLocked();
+    DWORD Recover();
+    void CloseWriteCursors();
+    DWORD Close();
+};
+
+} // namespace store
+
+#endif
