@@ -1,0 +1,437 @@
+// The memory streams: positions, ends, bulk operations, arrays, and that their short cuts change nothing.
+#include "korvanelib.h"
+
+#include "stream_support.h"
+#include "support/log_capture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+using KorvaneIO::CByteInputStream;
+
+TEST(ByteStreamTest, ANewStreamStandsAtTheStartWithoutError)
+{
+    unsigned char block[4] = {};
+    CByteOutputStream out(block, sizeof block);
+    CByteInputStream in(block, sizeof block);
+    long position = -1;
+    EXPECT_EQ(out.getCurrentStreamPosition(position), 1);
+    EXPECT_EQ(position, 0);
+    EXPECT_EQ(out.getError(), 0);
+    EXPECT_EQ(out.getDataSize(), 0u);
+    position = -1;
+    EXPECT_EQ(in.getCurrentStreamPosition(position), 1);
+    EXPECT_EQ(position, 0);
+    EXPECT_EQ(in.getError(), 0);
+    EXPECT_EQ(in.eof(), 0);
+}
+
+TEST(ByteStreamTest, ReadingPastTheEndGivesZeroAndDoesNotMove)
+{
+    unsigned char data[] = {7};
+    CByteInputStream in(data, sizeof data);
+    EXPECT_EQ(in.ReadByte(), 7);
+    EXPECT_EQ(in.eof(), 0);
+    EXPECT_EQ(in.ReadByte(), 0);
+    EXPECT_EQ(in.eof(), 1);
+    EXPECT_EQ(in.getError(), STREAM_E_EOF);
+    long position = 0;
+    in.getCurrentStreamPosition(position);
+    EXPECT_EQ(position, 1);
+}
+
+TEST(ByteStreamTest, WritingPastTheCapacityLosesTheByteAndCountsIt)
+{
+    unsigned char block[] = {0, 0xEE};
+    CByteOutputStream out(block, 1);
+    out.WriteByte(1);
+    EXPECT_EQ(out.getError(), 0);
+    out.WriteByte(2);
+    out.WriteByte(3);
+    EXPECT_EQ(out.getError(), STREAM_E_EOF);
+    EXPECT_EQ(out.getDataSize(), 3u);
+    EXPECT_EQ(Hex(block, 2), "01 EE");
+}
+
+TEST(ByteStreamTest, RestartClearsPositionAndError)
+{
+    unsigned char data[] = {7};
+    CByteInputStream in(data, sizeof data);
+    unsigned long value = 0;
+    in >> value;
+    ASSERT_EQ(in.eof(), 1);
+    in.Restart();
+    EXPECT_EQ(in.eof(), 0);
+    EXPECT_EQ(in.getError(), 0);
+    EXPECT_EQ(in.ReadByte(), 7);
+}
+
+TEST(ByteStreamTest, ThePositionCanBeSetBelowTheSizeOnly)
+{
+    unsigned char block[4] = {1, 2, 3, 4};
+    CByteInputStream in(block, sizeof block);
+    CByteOutputStream out(block, sizeof block);
+    EXPECT_EQ(in.setCurrentPosition(3), 1);
+    EXPECT_EQ(in.setCurrentPosition(4), 0);
+    EXPECT_EQ(in.setCurrentPosition(-1), 0);
+    EXPECT_EQ(in.setCurrentPosition(LONG_MIN), 0);
+    EXPECT_EQ(in.ReadByte(), 4);
+    EXPECT_EQ(out.setCurrentPosition(3), 1);
+    EXPECT_EQ(out.setCurrentPosition(4), 0);
+    EXPECT_EQ(out.setCurrentPosition(-1), 0);
+    long position = 0;
+    EXPECT_EQ(out.getCurrentStreamPosition(position), 1);
+    EXPECT_EQ(position, 3);
+    EXPECT_EQ(out.getDataSize(), 3u);
+}
+
+TEST(ByteStreamTest, SeekingDoesNotClearAnError)
+{
+    unsigned char data[2] = {1, 2};
+    CByteInputStream in(data, sizeof data);
+    unsigned long value = 0;
+    in >> value;
+    EXPECT_EQ(in.setCurrentPosition(0), 1);
+    EXPECT_EQ(in.eof(), 1);
+    EXPECT_EQ(in.ReadByte(), 1);
+}
+
+TEST(ByteStreamTest, AnOutputStreamPositionedBackOverwritesAndReportsTheSmallerSize)
+{
+    unsigned char block[8];
+    CByteOutputStream out(block, sizeof block);
+    out << 0x11111111ul << 0x22222222ul;
+    ASSERT_EQ(out.setCurrentPosition(2), 1);
+    out << static_cast<unsigned short>(0x3333);
+    EXPECT_EQ(out.getDataSize(), 4u);
+    EXPECT_EQ(Hex(block, 8), "11 11 33 33 22 22 22 22");
+}
+
+TEST(ByteStreamTest, ReadBytesCountsTheReadThatHitsTheEnd)
+{
+    unsigned char data[] = {1, 2, 3};
+    unsigned char buffer[10];
+    std::memset(buffer, 0xEE, sizeof buffer);
+    CByteInputStream in(data, sizeof data);
+    EXPECT_EQ(in.ReadBytes(buffer, 10), 4);
+    EXPECT_EQ(Hex(buffer, 10), "01 02 03 00 EE EE EE EE EE EE");
+    EXPECT_EQ(in.eof(), 1);
+    EXPECT_EQ(in.ReadBytes(buffer, 10), 0);
+}
+
+TEST(ByteStreamTest, BulkOperationsDoNothingForACountBelowOneOrNoData)
+{
+    unsigned char block[4] = {};
+    CByteInputStream in(block, sizeof block);
+    CByteOutputStream out(block, sizeof block);
+    for (int count : {0, -1, INT_MIN}) {
+        EXPECT_EQ(in.ReadBytes(block, count), 0);
+        EXPECT_EQ(out.WriteBytes(block, count), 0);
+    }
+    EXPECT_EQ(in.ReadBytes(nullptr, 3), 0);
+    EXPECT_EQ(out.WriteBytes(nullptr, 3), 0);
+    EXPECT_EQ(out.getDataSize(), 0u);
+}
+
+TEST(ByteStreamTest, WriteBytesStopsOneByteBehindTheCapacity)
+{
+    unsigned char block[5] = {0, 0, 0, 0, 0xEE}, data[10] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+    CByteOutputStream out(block, 4);
+    EXPECT_EQ(out.WriteBytes(data, 10), 5);
+    EXPECT_EQ(out.getDataSize(), 5u);
+    EXPECT_EQ(out.getError(), STREAM_E_EOF);
+    EXPECT_EQ(Hex(block, 5), "01 02 03 04 EE");
+}
+
+TEST(ByteStreamTest, WriteBytesThatFitExactlyLeaveNoError)
+{
+    unsigned char block[4], data[4] = {1, 2, 3, 4};
+    CByteOutputStream out(block, sizeof block);
+    EXPECT_EQ(out.WriteBytes(data, 4), 4);
+    EXPECT_EQ(out.getError(), 0);
+    EXPECT_EQ(out.WriteBytes(data, 1), 1);
+    EXPECT_EQ(out.getError(), STREAM_E_EOF);
+}
+
+TEST(ByteStreamTest, TypedWritesGoOnCountingBehindTheCapacity)
+{
+    unsigned char block[3] = {0xEE, 0xEE, 0xEE};
+    CByteOutputStream out(block, 2);
+    out << 0x04030201ul << 1.0 << L"ab";
+    EXPECT_EQ(out.getDataSize(), 4u + 8 + 8);
+    EXPECT_EQ(Hex(block, 3), "01 02 EE");
+}
+
+TEST(ByteStreamTest, AStreamOverNothingOnlyCounts)
+{
+    CByteOutputStream out(nullptr, 0);
+    CSizedArray array;
+    ASSERT_EQ(array.init(5), 1);
+    EXPECT_EQ(out << array, 0);
+    EXPECT_EQ(out.getError(), STREAM_E_EOF);
+    EXPECT_EQ(out.getDataSize(), 4u);
+    EXPECT_EQ(out.setCurrentPosition(0), 0);
+    out << L"text" << "text" << CString() << L"";
+    EXPECT_EQ(out.getDataSize(), 4u + 12 + 12 + 4 + 4);
+
+    CByteInputStream in(nullptr, 0);
+    unsigned char buffer[2] = {9, 9};
+    EXPECT_EQ(in.setCurrentPosition(0), 0);
+    EXPECT_EQ(in.ReadBytes(buffer, 2), 1);
+    EXPECT_EQ(Hex(buffer, 2), "00 09");
+    EXPECT_EQ(in.eof(), 1);
+}
+
+TEST(ByteStreamTest, AnArrayTravelsAsItsSizeAndItsBytes)
+{
+    unsigned char block[16];
+    CByteOutputStream out(block, sizeof block);
+    CSizedArray array;
+    ASSERT_EQ(array.init(3), 1);
+    std::memcpy(array.getData(), "\x0A\x00\xFF", 3);
+    EXPECT_EQ(out << array, 1);
+    EXPECT_EQ(Hex(block, out.getDataSize()), "03 00 00 00 0A 00 FF");
+
+    CByteInputStream in(block, out.getDataSize());
+    CSizedArray read;
+    EXPECT_EQ(in.readArray(read), 1);
+    ASSERT_EQ(read.getSize(), 3u);
+    EXPECT_EQ(Hex(read.getData(), 3), "0A 00 FF");
+    EXPECT_EQ(in.getError(), 0);
+}
+
+TEST(ByteStreamTest, AnEmptyArrayIsItsSizeAlone)
+{
+    unsigned char block[8];
+    CByteOutputStream out(block, sizeof block);
+    CSizedArray array;
+    EXPECT_EQ(out << array, 1);
+    EXPECT_EQ(Hex(block, out.getDataSize()), "00 00 00 00");
+    CByteInputStream in(block, 4);
+    ASSERT_EQ(array.init(9), 1);
+    EXPECT_EQ(in.readArray(array), 1);
+    EXPECT_EQ(array.getSize(), 0u);
+    EXPECT_EQ(array.isEmpty(), 1);
+}
+
+TEST(ByteStreamTest, AnEmptyArrayOnAStreamInErrorGivesZero)
+{
+    unsigned char block[8];
+    CByteOutputStream out(block, sizeof block);
+    out.setError(-1);
+    CSizedArray array;
+    EXPECT_EQ(out << array, 0);
+    EXPECT_EQ(out.getDataSize(), 4u);
+}
+
+TEST(ByteStreamTest, AnArrayWhoseInitFailedIsItsSizeAndAFailure)
+{
+    unsigned char block[8];
+    CByteOutputStream out(block, sizeof block);
+    CSizedArray array;
+    ASSERT_EQ(array.init(0xFFFFFFFE), 0);
+    EXPECT_EQ(out << array, 0);
+    EXPECT_EQ(Hex(block, out.getDataSize()), "FE FF FF FF");
+    EXPECT_EQ(out.getError(), 0);
+}
+
+TEST(ByteStreamTest, AnArrayThatDoesNotFitGivesZeroAndStopsOneByteBehindTheCapacity)
+{
+    unsigned char block[6];
+    CByteOutputStream out(block, sizeof block);
+    CSizedArray array;
+    ASSERT_EQ(array.init(5), 1);
+    EXPECT_EQ(out << array, 0);
+    EXPECT_EQ(out.getDataSize(), 7u);
+}
+
+TEST(ByteStreamTest, AnArrayCutShortIsSizedAndFails)
+{
+    unsigned char data[] = {5, 0, 0, 0};
+    CByteInputStream in(data, sizeof data);
+    CSizedArray array;
+    EXPECT_EQ(in.readArray(array), 0);
+    EXPECT_EQ(in.eof(), 1);
+    EXPECT_EQ(array.getSize(), 5u);
+    EXPECT_EQ(array.getData()[0], 0);
+}
+
+TEST(ByteStreamTest, AnArrayWhoseSizeIsCutShortStaysAsItIs)
+{
+    unsigned char data[] = {5, 0, 0};
+    CByteInputStream in(data, sizeof data);
+    CSizedArray array;
+    ASSERT_EQ(array.init(2), 1);
+    EXPECT_EQ(in.readArray(array), 0);
+    EXPECT_EQ(array.getSize(), 2u);
+}
+
+TEST(ByteStreamTest, ACopySharesTheBlockAndGoesOnFromThere)
+{
+    unsigned char block[8] = {};
+    CByteOutputStream out(block, sizeof block);
+    out << static_cast<unsigned short>(0x0101);
+    CByteOutputStream second(out);
+    second << static_cast<unsigned short>(0x0202);
+    EXPECT_EQ(out.getDataSize(), 2u);
+    EXPECT_EQ(second.getDataSize(), 4u);
+    EXPECT_EQ(Hex(block, 4), "01 01 02 02");
+
+    CByteInputStream in(block, 3);
+    unsigned long value = 0;
+    in >> value;
+    CByteInputStream copy(nullptr, 0);
+    copy = in;
+    EXPECT_EQ(copy.eof(), 1);
+    copy.Restart();
+    EXPECT_EQ(copy.ReadByte(), 1);
+    EXPECT_EQ(in.eof(), 1);
+}
+
+TEST(ByteStreamTest, DumpingWritesNothingAnywhere)
+{
+    CLogToFile log;
+    CGuardedBlock guarded(4096);
+    CByteOutputStream out(guarded.AtRear(3), 3);
+    out << 1.0 << 2.0;
+    ASSERT_EQ(out.getDataSize(), 16u);
+    out.DUMP_CONTENT();
+    EXPECT_EQ(out.getDataSize(), 16u);
+    EXPECT_EQ(out.getError(), STREAM_E_EOF);
+    CByteOutputStream(nullptr, 0).DUMP_CONTENT();
+    Bytes large(100000, 0xFF);
+    CByteOutputStream big(large.data(), large.size());
+    big.WriteBytes(large.data() + 1, 1);
+    ASSERT_EQ(big.setCurrentPosition(99999), 1);
+    big.DUMP_CONTENT();
+    EXPECT_EQ(big.getError(), 0);
+    EXPECT_EQ(log.Bytes(), "");
+}
+
+TEST(ByteStreamTest, WhatLiesInTheBlockItselfIsReadWhileItIsWritten)
+{
+    // Byte by byte from front to back, each source byte is read after the ones before it were written.
+    unsigned char plain[16] = {1, 2, 3, 4, 5, 6, 7, 8}, slow[16];
+    std::memcpy(slow, plain, sizeof slow);
+    CByteOutputStream out(plain, sizeof plain);
+    CBytewiseOutput reference(slow, sizeof slow);
+    ASSERT_TRUE(out.setCurrentPosition(2) && reference.setCurrentPosition(2));
+    EXPECT_EQ(out.WriteBytes(plain, 6), 6);
+    EXPECT_EQ(reference.WriteBytes(slow, 6), 6);
+    EXPECT_EQ(Hex(plain, 16), "01 02 01 02 01 02 01 02 00 00 00 00 00 00 00 00");
+    EXPECT_EQ(Hex(plain, 16), Hex(slow, 16));
+
+    CByteInputStream in(plain, sizeof plain);
+    EXPECT_EQ(in.ReadBytes(plain + 1, 4), 4);
+    EXPECT_EQ(Hex(plain, 6), "01 01 01 01 01 02");
+}
+
+// A subclass that overrides nothing goes byte by byte. Whatever is written, wherever it ends, both agree.
+TEST(ByteStreamTest, WritingAtOnceAndBytewiseAgreeOnBytesPositionAndError)
+{
+    std::mt19937 random(20040305);
+    CSizedArray array;
+    ASSERT_EQ(array.init(11), 1);
+    for (unsigned i = 0; i < 11; ++i) array.getData()[i] = static_cast<unsigned char>(i + 1);
+    for (int round = 0; round < 20000; ++round) {
+        unsigned char fast[64], slow[64];
+        std::memset(fast, 0xEE, sizeof fast);
+        std::memset(slow, 0xEE, sizeof slow);
+        const unsigned long capacity = random() % 60;
+        CByteOutputStream plain(fast, capacity);
+        CBytewiseOutput bytewise(slow, capacity);
+        COutputStream* const streams[] = {&plain, &bytewise};
+        for (int step = 0; step < 8; ++step) {
+            const unsigned what = random() % 18;
+            const unsigned long value = random();
+            int results[2] = {};
+            for (int i = 0; i < 2; ++i) {
+                COutputStream& out = *streams[i];
+                switch (what) {
+                case 0:
+                    out << static_cast<unsigned char>(value);
+                    break;
+                case 1:
+                    out << static_cast<char>(value);
+                    break;
+                case 2:
+                    out << static_cast<unsigned short>(value);
+                    break;
+                case 3:
+                    out << static_cast<short>(value);
+                    break;
+                case 4:
+                    out << static_cast<bool>(value & 1);
+                    break;
+                case 5:
+                    out << static_cast<unsigned int>(value);
+                    break;
+                case 6:
+                    out << static_cast<int>(value);
+                    break;
+                case 7:
+                    out << value;
+                    break;
+                case 8:
+                    out << static_cast<long>(value);
+                    break;
+                case 9:
+                    out << static_cast<float>(value);
+                    break;
+                case 10:
+                    out << static_cast<double>(value) / 3;
+                    break;
+                case 11:
+                    out << CString(L'x', value % 9);
+                    break;
+                case 12:
+                    out << &L"\u20AC\u0101wide"[value % 7];
+                    break;
+                case 13:
+                    out << &"narrow\xE9"[value % 8];
+                    break;
+                case 14:
+                    out << _variant_t(static_cast<double>(value));
+                    break;
+                case 15:
+                    results[i] = out << array;
+                    break;
+                case 16:
+                    results[i] = out.WriteBytes(array.getData(), static_cast<int>(value % 13) - 1);
+                    break;
+                default:
+                    results[i] = out.setCurrentPosition(value % 64);
+                    break;
+                }
+            }
+            ASSERT_EQ(results[0], results[1]) << what;
+            ASSERT_EQ(plain.getDataSize(), bytewise.getDataSize()) << what;
+            ASSERT_EQ(plain.getError(), bytewise.getError()) << what;
+        }
+        ASSERT_EQ(Hex(fast, sizeof fast), Hex(slow, sizeof slow));
+    }
+}
+
+// The sample in base/bytestream.h.
+TEST(ByteStreamTest, TheSampleOfTheHeaderReadsBackWhatItWrote)
+{
+    unsigned char record[64];
+    CByteOutputStream out(record, sizeof record);
+    out << 1234 << 98.5 << true << L"Main Street";
+    ASSERT_EQ(out.getError(), 0);
+
+    KorvaneIO::CByteInputStream in(record, out.getDataSize());
+    int number = 0;
+    double length = 0;
+    bool paved = false;
+    CString name;
+    in >> number >> length >> paved >> name;
+    ASSERT_FALSE(in.eof());
+
+    EXPECT_EQ(number, 1234);
+    EXPECT_EQ(length, 98.5);
+    EXPECT_TRUE(paved);
+    EXPECT_TRUE(name == L"Main Street");
+}
