@@ -1,9 +1,10 @@
-// korvanebatch.h - several calls on a volume as one transaction, and a volume's check-up. Extensions of korvanestore.dll;
-// the device has neither.
+// korvanebatch.h - several calls on a volume as one transaction, and a volume's check-up. Extensions of
+// korvanestore.dll; the device has neither.
 //
-// Between CeBeginBatch and CeCommitBatch all changes that this process makes to the volume, through whatever handle, are
-// one transaction: this process sees them at once, other processes see all of them or none, when the batch is committed.
-// A batch that is neither committed nor abandoned vanishes with the process. Writers in other processes wait for its end.
+// Between CeBeginBatch and CeCommitBatch all changes that this process makes to the volume, through whatever handle,
+// are one transaction: this process sees them at once, other processes see all of them or none, when the batch is
+// committed. A batch that is neither committed nor abandoned vanishes with the process, or with its last mount of the
+// volume. Writers in other processes wait for its end.
 //
 // Threads    a batch belongs to the process: whichever thread writes to the volume meanwhile takes part in it.
 // Errors     FALSE with the last error: ERROR_INVALID_PARAMETER for an unknown volume.

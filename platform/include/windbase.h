@@ -98,13 +98,13 @@ typedef CEPROPID* PCEPROPID;
 #define OBJTYPE_RECORD 4
 
 // Limits
-#define CEDB_MAXDBASENAMELEN 32                 // characters of a database's name, terminator included
-#define CEDB_MAXSORTORDER 4                     // sort orders of a database
-#define CEDB_MAXSORTPROP 3                      // properties of a sort order
-#define CEDB_MAXDATABLOCKSIZE 4092              // bytes
-#define CEDB_MAXPROPDATASIZE ((4092 * 16) - 1)  // bytes of one property's data
-#define CEDB_MAXRECORDSIZE (128 * 1024)         // bytes of one record's data
-#define CEDB_MAXNUMRECORDS 0xFFFF               // records of a database
+#define CEDB_MAXDBASENAMELEN 32                // characters of a database's name, terminator included
+#define CEDB_MAXSORTORDER 4                    // sort orders of a database
+#define CEDB_MAXSORTPROP 3                     // properties of a sort order
+#define CEDB_MAXDATABLOCKSIZE 4092             // bytes
+#define CEDB_MAXPROPDATASIZE ((4092 * 16) - 1) // bytes of one property's data
+#define CEDB_MAXRECORDSIZE (128 * 1024)        // bytes of one record's data
+#define CEDB_MAXNUMRECORDS 0xFFFF              // records of a database
 
 // Window messages of notifications
 #define WM_DBNOTIFICATION 0x03FD
@@ -299,11 +299,12 @@ static_assert(sizeof(CENOTIFYREQUEST) == 20 && sizeof(CENOTIFICATION) == 36);
 // On failure *pceguid is the invalid GUID. Errors: ERROR_INVALID_PARAMETER (null or overlong path, unknown flags),
 // ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED (a directory, no permission), ERROR_SHARING_VIOLATION (CREATE_ALWAYS or
 // TRUNCATE_EXISTING on a mounted volume), ERROR_DISK_FULL, ERROR_NOT_ENOUGH_MEMORY, ERROR_FILE_CORRUPT (the file is
-// no volume, empty or damaged), ERROR_REVISION_MISMATCH (a volume of another version). A refused file is left as it was.
+// no volume, empty or damaged), ERROR_REVISION_MISMATCH (a volume of another version). A refused file is left as it
+// was.
 KORVANESTORE_API BOOL WINAPI CeMountDBVol(PCEGUID pceguid, LPWSTR lpszDBVol, DWORD dwFlags);
 
-// Takes back one mount of this process. The last one flushes the volume and lets its name go; open database handles go
-// on working and keep the file until the last of them is closed.
+// Takes back one mount of this process. The last one flushes the volume, gives an open batch up and lets the name go;
+// open database handles go on working and keep the file until the last of them is closed.
 // Errors: ERROR_INVALID_PARAMETER (null, the object store, a volume that this process has not mounted).
 KORVANESTORE_API BOOL WINAPI CeUnmountDBVol(PCEGUID pceguid);
 
@@ -317,17 +318,20 @@ KORVANESTORE_API BOOL WINAPI CeFlushDBVol(PCEGUID pceguid);
 // larger buffer); ERROR_KEY_DELETED (the volume named in *pceguid is no longer mounted: start again).
 KORVANESTORE_API BOOL WINAPI CeEnumDBVolumes(PCEGUID pceguid, LPWSTR lpBuf, DWORD dwNumChars);
 
-// Sets the locale by which the volume's texts are compared, and sorts its text orders anew. Nothing is done while a
-// database of the volume is open.
+// Sets the locale by which the volume's texts are compared, and sorts its text orders anew; a new volume has the
+// invariant one. Nothing is done for an unknown locale, and while a database of the volume is open. A unique order
+// under whose new locale two keys are the same keeps both records.
 KORVANESTORE_API VOID WINAPI CeChangeDatabaseLCID(PCEGUID pceguid, DWORD LCID);
 
 // ---- Databases -----------------------------------------------------------------------------------------------------
 
 // Creates a database and returns its CEOID, or 0. CEDB_VALIDNAME and a name of 1 to 31 characters are required; the
-// other CEDB_VALID bits select type, sort orders and flags. Names compare without case.
-// Errors: ERROR_DUP_NAME, ERROR_DISK_FULL, ERROR_INVALID_PARAMETER (no name, too many sort orders or properties, a
-// sort property that is a blob or of no known type, two sort orders on the same properties, a wrong wVersion).
-// CeCreateDatabase works on the object store and cuts a name of more than 31 characters.
+// other CEDB_VALID bits select type, sort orders and flags. Names compare without case. A UNIQUE order makes all of its
+// properties NONNULL. Texts sort as CompareStringW has them in the volume's locale; orders without an ignoring flag
+// tell all different texts apart, and CEDB_SORT_GENERICORDER compares code units. Errors: ERROR_DUP_NAME,
+// ERROR_DISK_FULL, ERROR_INVALID_PARAMETER (no name, too many sort orders or properties, a sort property that is a blob
+// or of no known type, unknown sort flags, a property twice in an order, two sort orders on the same properties, a
+// wrong wVersion). CeCreateDatabase works on the object store and cuts a name of more than 31 characters.
 KORVANESTORE_API CEOID WINAPI CeCreateDatabase(LPWSTR lpszName, DWORD dwDbaseType, WORD wNumSortOrder,
                                                SORTORDERSPEC* rgSortSpecs);
 KORVANESTORE_API CEOID WINAPI CeCreateDatabaseEx(PCEGUID pceguid, CEDBASEINFO* lpCEDBInfo);
@@ -357,8 +361,10 @@ KORVANESTORE_API CEOID WINAPI CeFindNextDatabaseEx(HANDLE hEnum, PCEGUID pceguid
 
 // Opens a database: by *poid when that is not 0, else by name, and then *poid receives the OID. With the invalid GUID
 // *poid counts as 0 and the object store and then all mounted volumes are searched. propid (pSort: its properties)
-// chooses the sort order; 0 (null) is the order of creation. dwFlags: CEDB_AUTOINCREMENT or 0. The handle stands on the
-// first record. Returns INVALID_HANDLE_VALUE on failure: ERROR_INVALID_PARAMETER (unknown volume, OID, sort order or
+// chooses the sort order: the one with just that property, or else the first that begins with it (pSort: with just
+// those properties; its flags are not looked at); 0 (null) is the order of creation. dwFlags: CEDB_AUTOINCREMENT or 0.
+// The handle stands on the first record. A notification request is checked (dwSize, a window, known flags), but nothing
+// is ever posted. Returns INVALID_HANDLE_VALUE on failure: ERROR_INVALID_PARAMETER (unknown volume, OID, sort order or
 // flags), ERROR_FILE_NOT_FOUND (no such name), ERROR_NOT_ENOUGH_MEMORY.
 KORVANESTORE_API HANDLE WINAPI CeOpenDatabase(PCEOID poid, LPWSTR lpszName, CEPROPID propid, DWORD dwFlags,
                                               HWND hwndNotify);
@@ -372,41 +378,47 @@ KORVANESTORE_API HANDLE WINAPI CeOpenDatabaseEx2(PCEGUID pceguid, PCEOID poid, L
 // Moves the handle's seek pointer along its sort order and returns the OID of the record reached, or 0.
 //   CEDB_SEEK_CEOID            dwValue is an OID; the pointer stays where it was when there is none
 //   CEDB_SEEK_BEGINNING        dwValue counts from the start: 0 is the first record
-//   CEDB_SEEK_END              dwValue counts from the end: 0 and 1 are the last record, 2 the one before it
-//   CEDB_SEEK_CURRENT          dwValue, signed, counts from the current record; 0 stays
+//   CEDB_SEEK_END              dwValue counts from the end: 0 and 1 are the last record, 2 the one before it; a
+//                              negative number counts as the positive one
+//   CEDB_SEEK_CURRENT          dwValue, signed, counts from the current record; 0 stays; from the end -1 is the last
 //   CEDB_SEEK_VALUESMALLER     the last record whose key is smaller than the value
 //   CEDB_SEEK_VALUEFIRSTEQUAL  the first record with that key
 //   CEDB_SEEK_VALUENEXTEQUAL   the next record, if it has that key
 //   CEDB_SEEK_VALUEGREATER     the first record whose key is equal or greater
 // For the VALUE forms dwValue is the address of a CEPROPVAL with the order's property (for the Ex call of wNumVals of
 // them, the order's leading properties). "Smaller" and "greater" follow the order: in a descending one the greater
-// value comes first and counts as smaller. A failed VALUE seek, and a move past the end, leaves the pointer at the end.
+// value comes first and counts as smaller. Records without the property match no value. A failed VALUE seek, and a move
+// past the end, leaves the pointer at the end; a move to before the first record, and a CEOID that is not there, leaves
+// it where it was. While nothing is written, a step costs no search.
 // *lpdwIndex (may be null) receives the position from the start, counted from 0; it costs a walk.
-// Errors: ERROR_NO_MORE_ITEMS (no such record), ERROR_INVALID_PARAMETER (handle, type, value, a property that the order
-// does not have).
+// Errors: ERROR_NO_MORE_ITEMS (no such record), ERROR_KEY_DELETED (CURRENT 0 on a record that is gone),
+// ERROR_INVALID_PARAMETER (handle, type, value, a property that the order does not have); then the pointer stays.
 KORVANESTORE_API CEOID WINAPI CeSeekDatabase(HANDLE hDatabase, DWORD dwSeekType, DWORD dwValue, LPDWORD lpdwIndex);
 KORVANESTORE_API CEOID WINAPI CeSeekDatabaseEx(HANDLE hDatabase, DWORD dwSeekType, DWORD dwValue, WORD wNumVals,
                                                LPDWORD lpdwIndex);
 
 // Reads properties of the record under the seek pointer and returns its OID, or 0.
-// rgPropID null: all properties, *lpcPropID receives their number; else *lpcPropID properties in the order asked for,
-// CEDB_PROPNOTFOUND in the flags of those that the record lacks. The buffer receives the CEPROPVAL array with texts and
-// blobs behind it, in one block of *lpcbBuffer bytes (in: its size, out: the bytes used or needed). With
+// rgPropID null: all properties, *lpcPropID receives their number; else *lpcPropID (not 0) properties in the order
+// asked for, CEDB_PROPNOTFOUND in the flags of those that the record lacks. The buffer receives the CEPROPVAL array
+// with texts and blobs behind it, in one block of *lpcbBuffer bytes (in: its size, out: the bytes used or needed). With
 // CEDB_ALLOWREALLOC *lplpBuffer is null or a block from LocalAlloc (from hHeap, if that is given) and may be replaced,
-// even when the call fails; the caller frees it. Without it the caller's buffer is filled.
-// Errors: ERROR_NO_MORE_ITEMS (the pointer is at the end), ERROR_NO_DATA (the record has none of the properties; the
-// buffer is valid all the same), ERROR_INSUFFICIENT_BUFFER, ERROR_KEY_DELETED (the record is gone),
-// ERROR_INVALID_PARAMETER, ERROR_NOT_ENOUGH_MEMORY.
+// even when the call fails; the caller frees it. Without it the caller's buffer is filled; null with a size of 0 asks
+// for the size. An auto-increment handle moves on with success and ERROR_NO_DATA, with no other error. A BOOL comes
+// back as it was written from -128 to 127, as 1 for any other true value. Errors: ERROR_NO_MORE_ITEMS (the pointer is
+// at the end), ERROR_NO_DATA (the record has none of the properties; the buffer is valid all the same),
+// ERROR_INSUFFICIENT_BUFFER, ERROR_KEY_DELETED (the record is gone), ERROR_INVALID_PARAMETER, ERROR_NOT_ENOUGH_MEMORY.
 KORVANESTORE_API CEOID WINAPI CeReadRecordProps(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID,
                                                 LPBYTE* lplpBuffer, LPDWORD lpcbBuffer);
 KORVANESTORE_API CEOID WINAPI CeReadRecordPropsEx(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID,
                                                   LPBYTE* lplpBuffer, LPDWORD lpcbBuffer, HANDLE hHeap);
 
 // Creates a record (oidRecord 0) or changes one: the properties given are set or, with CEDB_PROPDELETE, removed, all or
-// none; the others stay. Returns the record's OID and leaves the seek pointer on it; 0 on failure: ERROR_DISK_FULL (also
-// for more than CEDB_MAXNUMRECORDS records and for more than CEDB_MAXRECORDSIZE bytes), ERROR_INVALID_PARAMETER (no
-// properties, an unknown type, more than CEDB_MAXPROPDATASIZE bytes, an OID of no record of this database),
-// ERROR_DBPROP_NOT_FOUND (a NONNULL or UNIQUE property is missing), ERROR_REPEATED_KEY (a UNIQUE key exists already).
+// none; the others stay. Of a property given twice the last counts. Data are counted in their type's size, a text with
+// 2 bytes a character without its terminator. Returns the record's OID and leaves the seek pointer on it; 0 on failure:
+// ERROR_DISK_FULL (also for more than CEDB_MAXNUMRECORDS records and for more than CEDB_MAXRECORDSIZE bytes),
+// ERROR_INVALID_PARAMETER (no properties, an unknown type, more than CEDB_MAXPROPDATASIZE bytes, an OID of no record of
+// this database), ERROR_DBPROP_NOT_FOUND (a NONNULL or UNIQUE property is missing), ERROR_REPEATED_KEY (a UNIQUE key
+// exists already).
 KORVANESTORE_API CEOID WINAPI CeWriteRecordProps(HANDLE hDbase, CEOID oidRecord, WORD cPropID, CEPROPVAL* rgPropVal);
 
 // Deletes a record of the handle's database. When it was the current one, a read fails with ERROR_KEY_DELETED until the
@@ -418,8 +430,8 @@ KORVANESTORE_API BOOL WINAPI CeDeleteRecord(HANDLE hDatabase, CEOID oidRecord);
 
 // Describes a database or record. wVersion of the Ex2 form is set to 1 by the caller. FALSE with ERROR_INVALID_HANDLE
 // for an OID of no object (wObjType is then OBJTYPE_INVALID), with ERROR_INVALID_PARAMETER for anything else wrong.
-// A database with several properties in a sort order shows the first of them in the old form; more records than a WORD
-// counts cannot be.
+// dwSize is what the records take in the volume. A database with several properties in a sort order shows the first of
+// them in the old form; more records than a WORD counts cannot be.
 KORVANESTORE_API BOOL WINAPI CeOidGetInfo(CEOID oid, CEOIDINFO* poidInfo);
 KORVANESTORE_API BOOL WINAPI CeOidGetInfoEx(PCEGUID pceguid, CEOID oid, CEOIDINFO* oidInfo);
 KORVANESTORE_API BOOL WINAPI CeOidGetInfoEx2(PCEGUID pceguid, CEOID oid, CEOIDINFOEX* oidInfo);

@@ -58,7 +58,12 @@ DWORD CVolumeState::PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, boo
     };
     // CREATE_ALWAYS replaces whatever lies there, TRUNCATE_EXISTING empties volumes.
     DWORD dwError = ERROR_SUCCESS;
-    if (!bNew && dwDisposition != CREATE_ALWAYS) dwError = read();
+    if (!bNew && dwDisposition != CREATE_ALWAYS) {
+        dwError = read();
+        if (dwError == ERROR_SUCCESS && !kv_state_is_sound(&header.flushed, ::GetFileSize(file, nullptr))) {
+            dwError = ERROR_FILE_CORRUPT;
+        }
+    }
     if (dwError == ERROR_SUCCESS && (bNew || bToBeEmptied)) {
         dwError = FormatVolume(file);
         if (dwError == ERROR_SUCCESS) dwError = read();
@@ -67,7 +72,6 @@ DWORD CVolumeState::PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, boo
 
     const DWORD cbFile = ::GetFileSize(file, nullptr);
     if (cbFile == INVALID_FILE_SIZE || cbFile > kLargestFile + kLargestStep) return ERROR_FILE_CORRUPT;
-    if (!kv_state_is_sound(&header.flushed, cbFile)) return ERROR_FILE_CORRUPT;
     const bool bLeftInThisRun = header.dwInUse && header.boot == PresentBoot();
     kv_state committed;
     const bool bMetasSound = kv_read_metas(image, cbFile, &committed) == MDB_SUCCESS;
@@ -329,23 +333,20 @@ void CVolume::NoteDatabaseClosed(CEOID oidDatabase)
     shared.Unlock();
 }
 
-bool CVolume::IsDatabaseOpen(CEOID oidDatabase)
+bool CVolume::IsDatabaseOpen(const CAccess&, CEOID oidDatabase)
 {
     CShared& shared = m_pState->shared;
     // Dead processes are looked for only when their word would matter: finding out asks the system.
     for (int nPass = 0; nPass < 2; nPass++) {
-        bool bOpen = false, bOurs = false;
-        shared.Lock();
+        bool bOpen = false;
         for (DWORD i = 0; i < shared->dwOpenDatabases; i++) {
             const auto& open = shared->rgOpenDatabases[i];
             if (!open.oid || (oidDatabase && open.oid != oidDatabase)) continue;
+            if (open.wSlot == static_cast<WORD>(shared.Owner() - 1)) return true;
             bOpen = true;
-            bOurs = bOurs || open.wSlot == static_cast<WORD>(shared.Owner() - 1);
         }
-        if (bOpen && !bOurs && nPass == 0) shared.OthersAreHere();
-        shared.Unlock();
         if (!bOpen) return false;
-        if (bOurs || nPass == 1) return true;
+        if (nPass == 0) shared.OthersAreHere();
     }
     return true;
 }

@@ -73,11 +73,12 @@ public:
     DWORD CommitBatch();
     DWORD AbandonBatch();
 
-    // Which databases have open handles, in whatever process: IsDatabaseOpen(0) asks for any at all. Entries of a
-    // process that died are forgotten. NoteDatabaseOpen: ERROR_NOT_ENOUGH_MEMORY when the table is full.
+    // Which databases have open handles, in whatever process. Noting is for outside of accesses; asking is for inside of
+    // the one that will act upon the answer, 0 asks for any database at all. Entries of a process that died are
+    // forgotten. NoteDatabaseOpen: ERROR_NOT_ENOUGH_MEMORY when the table is full.
     DWORD NoteDatabaseOpen(CEOID oidDatabase);
     void NoteDatabaseClosed(CEOID oidDatabase);
-    bool IsDatabaseOpen(CEOID oidDatabase);
+    bool IsDatabaseOpen(const CAccess& access, CEOID oidDatabase);
 
     // Walks both trees and the free list: every page is used exactly once, keys are in order. False, and a sentence in
     // strProblem, for the first contradiction.

@@ -106,30 +106,47 @@ static void kv_page_taken(MDB_env* env, size_t page, int count)
     if (pages) memset(pages->use + page, USE_TAKEN, count);
 }
 
-static int node_is_sound(const MDB_page* p, const MDB_node* node, size_t room, size_t end)
+/* The bytes that an entry takes of the room it has, 0 for one that makes no sense. */
+static size_t sound_node_size(const MDB_page* p, const MDB_node* node, size_t room, size_t end)
 {
-    size_t bytes;
-    if (room < NODESIZE) return 0;
+    size_t size, bytes;
+    if (room < NODESIZE || NODEKSZ(node) > MDB_MAXKEYSIZE) return 0;
+    size = NODESIZE + NODEKSZ(node);
     if (IS_BRANCH(p)) {
         const size_t child = NODEPGNO(node);
-        return NODESIZE + NODEKSZ(node) <= room && NODEKSZ(node) <= MDB_MAXKEYSIZE && child >= KV_RESERVED_PAGES &&
-               child < end;
+        return size <= room && child >= KV_RESERVED_PAGES && child < end ? size : 0;
     }
-    if (NODEKSZ(node) == 0 || NODEKSZ(node) > MDB_MAXKEYSIZE || (node->mn_flags & ~F_BIGDATA)) return 0;
+    if (NODEKSZ(node) == 0 || (node->mn_flags & ~F_BIGDATA)) return 0;
     bytes = NODEDSZ(node);
     if (node->mn_flags & F_BIGDATA) {
         pgno_t first;
-        if (NODESIZE + NODEKSZ(node) + sizeof first > room) return 0;
+        size += sizeof first;
+        if (size > room) return 0;
         memcpy(&first, NODEDATA(node), sizeof first);
-        return first >= KV_RESERVED_PAGES && first < end && OVPAGES(bytes, KV_PAGE_BYTES) <= end - first;
+        return first >= KV_RESERVED_PAGES && first < end && OVPAGES(bytes, KV_PAGE_BYTES) <= end - first ? size : 0;
     }
-    return bytes <= room && NODESIZE + NODEKSZ(node) + bytes <= room;
+    return bytes <= room && size + bytes <= room ? size + bytes : 0;
+}
+
+/* Marks the 2-byte units of an entry, from the first to the last; 0 when another entry has one of them: taking one of two
+ * overlapping entries out would move the wrong bytes. */
+static int claim_units(uint64_t* claimed, size_t unit, size_t last)
+{
+    while (unit <= last) {
+        const size_t bit = unit % 64, count = last - unit < 64 - bit ? last - unit + 1 : 64 - bit;
+        const uint64_t mask = (count == 64 ? ~(uint64_t)0 : ((uint64_t)1 << count) - 1) << bit;
+        if (claimed[unit / 64] & mask) return 0;
+        claimed[unit / 64] |= mask;
+        unit += count;
+    }
+    return 1;
 }
 
 static int page_is_sound(const MDB_page* p, size_t number, size_t end, int taken)
 {
     const int in_transaction = taken ? P_DIRTY | P_LOOSE | P_KEEP : 0;
     const int flags = p->mp_flags & ~in_transaction;
+    uint64_t claimed[KV_PAGE_BYTES / 2 / 64] = {0};
     unsigned keys, i;
     if (p->mp_pgno != number) return 0;
     if (flags == P_OVERFLOW) return p->mp_pages >= 1 && p->mp_pages <= end - number;
@@ -139,8 +156,10 @@ static int page_is_sound(const MDB_page* p, size_t number, size_t end, int taken
     if (!taken && keys < (flags == P_BRANCH ? 2u : 1u)) return 0;
     for (i = 0; i < keys; i++) {
         const unsigned at = p->mp_ptrs[i];
+        size_t size;
         if (at < p->mp_upper || at >= KV_PAGE_BYTES || (at & 1)) return 0;
-        if (!node_is_sound(p, NODEPTR(p, i), KV_PAGE_BYTES - at, end)) return 0;
+        size = sound_node_size(p, NODEPTR(p, i), KV_PAGE_BYTES - at, end);
+        if (!size || !claim_units(claimed, at / 2, (at + size - 1) / 2)) return 0;
     }
     return 1;
 }

@@ -1,0 +1,38 @@
+#include "afxwin.h"
+
+IMPLEMENT_DYNAMIC(CClientDC, CDC)
+IMPLEMENT_DYNAMIC(CWindowDC, CDC)
+IMPLEMENT_DYNAMIC(CPaintDC, CDC)
+
+CClientDC::CClientDC(CWnd* pWnd) : m_hWnd(pWnd->GetSafeHwnd())
+{
+    if (!Attach(::GetDC(m_hWnd))) AfxThrowResourceException();
+}
+
+CClientDC::~CClientDC()
+{
+    if (m_hDC) ::ReleaseDC(m_hWnd, Detach());
+}
+
+CWindowDC::CWindowDC(CWnd* pWnd) : m_hWnd(pWnd->GetSafeHwnd())
+{
+    if (!Attach(::GetWindowDC(m_hWnd))) AfxThrowResourceException();
+}
+
+CWindowDC::~CWindowDC()
+{
+    if (m_hDC) ::ReleaseDC(m_hWnd, Detach());
+}
+
+CPaintDC::CPaintDC(CWnd* pWnd) : m_hWnd(pWnd->GetSafeHwnd())
+{
+    if (!Attach(::BeginPaint(m_hWnd, &m_ps))) AfxThrowResourceException();
+}
+
+CPaintDC::~CPaintDC()
+{
+    if (m_hDC) {
+        ::EndPaint(m_hWnd, &m_ps);
+        Detach();
+    }
+}

@@ -1,0 +1,13 @@
+// afxwin.h - the framework's classes around the window system.
+#ifndef AFXWIN_H
+#define AFXWIN_H
+
+#include "afx.h"
+#include "afxcoll.h"
+#include "afx_geometry.h"
+#include "afx_gdi.h"
+#include "afx_wnd.h"
+#include "afx_dc.h"
+#include "afx_msgbox.h"
+
+#endif

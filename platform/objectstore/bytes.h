@@ -1,0 +1,150 @@
+// bytes.h - small helpers for keys and values: big-endian numbers, short copies without a call, a growing byte buffer.
+//
+// Ownership  CByteBuffer owns its bytes; pointers into it are good until it grows.
+// Threads    none of their own.
+// Errors     CByteBuffer throws std::bad_alloc; the API's edge turns that into ERROR_NOT_ENOUGH_MEMORY.
+#ifndef KORVANESTORE_BYTES_H
+#define KORVANESTORE_BYTES_H
+
+#include "engine.h"
+
+#include <emmintrin.h>
+#include <memory>
+#include <string.h>
+
+namespace store {
+
+inline void PutBig32(BYTE* p, DWORD dw)
+{
+    dw = __builtin_bswap32(dw);
+    __builtin_memcpy(p, &dw, 4);
+}
+
+inline DWORD GetBig32(const BYTE* p)
+{
+    DWORD dw;
+    __builtin_memcpy(&dw, p, 4);
+    return __builtin_bswap32(dw);
+}
+
+inline void PutBig64(BYTE* p, ULONGLONG ull)
+{
+    PutBig32(p, static_cast<DWORD>(ull >> 32));
+    PutBig32(p + 4, static_cast<DWORD>(ull));
+}
+
+inline ULONGLONG GetBig64(const BYTE* p)
+{
+    return static_cast<ULONGLONG>(GetBig32(p)) << 32 | GetBig32(p + 4);
+}
+
+template <class T> inline T Load(const void* p)
+{
+    T value;
+    __builtin_memcpy(&value, p, sizeof value);
+    return value;
+}
+
+template <class T> inline void Store(void* p, T value)
+{
+    __builtin_memcpy(p, &value, sizeof value);
+}
+
+// Keys and texts are short: a call of the C library's memcpy costs more than the copy.
+inline void CopyBytes(BYTE* pTo, const BYTE* pFrom, size_t cb)
+{
+    if (cb > 256) {
+        memcpy(pTo, pFrom, cb);
+        return;
+    }
+    for (; cb >= 16; cb -= 16, pTo += 16, pFrom += 16)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pTo), _mm_loadu_si128(reinterpret_cast<const __m128i*>(pFrom)));
+    if (cb & 8) {
+        Store(pTo, Load<ULONGLONG>(pFrom));
+        pTo += 8, pFrom += 8;
+    }
+    if (cb & 4) {
+        Store(pTo, Load<DWORD>(pFrom));
+        pTo += 4, pFrom += 4;
+    }
+    if (cb & 2) {
+        Store(pTo, Load<WORD>(pFrom));
+        pTo += 2, pFrom += 2;
+    }
+    if (cb & 1) *pTo = *pFrom;
+}
+
+// Bytes as the map orders them: memcmp, then the shorter first.
+inline int CompareBytes(CBytes left, CBytes right)
+{
+    const int n = memcmp(left.p, right.p, left.cb < right.cb ? left.cb : right.cb);
+    return n != 0 ? n : left.cb < right.cb ? -1 : left.cb > right.cb;
+}
+
+inline bool StartsWith(CBytes bytes, CBytes prefix)
+{
+    return bytes.cb >= prefix.cb && memcmp(bytes.p, prefix.p, prefix.cb) == 0;
+}
+
+inline bool SameBytes(CBytes left, CBytes right)
+{
+    return left.cb == right.cb && memcmp(left.p, right.p, left.cb) == 0;
+}
+
+// A growing run of bytes whose first kilobyte needs no allocation.
+class CByteBuffer
+{
+public:
+    CByteBuffer() = default;
+    CByteBuffer(const CByteBuffer&) = delete;
+    CByteBuffer& operator=(const CByteBuffer&) = delete;
+
+    void Clear() { m_cb = 0; }
+    BYTE* Data() { return m_p; }
+    size_t Size() const { return m_cb; }
+    CBytes Bytes() const { return {m_p, m_cb}; }
+
+    // Room for cb more bytes behind the last one; Commit says how many of them were filled.
+    BYTE* Room(size_t cb)
+    {
+        if (m_cbRoom - m_cb < cb) Grow(cb);
+        return m_p + m_cb;
+    }
+    void Commit(size_t cb) { m_cb += cb; }
+    void Append(BYTE b)
+    {
+        *Room(1) = b;
+        ++m_cb;
+    }
+    void Append(CBytes bytes)
+    {
+        CopyBytes(Room(bytes.cb), bytes.p, bytes.cb);
+        m_cb += bytes.cb;
+    }
+    void Assign(CBytes bytes)
+    {
+        Clear();
+        Append(bytes);
+    }
+
+private:
+    void Grow(size_t cb)
+    {
+        const size_t cbRoom = (m_cb + cb) * 2;
+        std::unique_ptr<BYTE[]> pNew(new BYTE[cbRoom]);
+        memcpy(pNew.get(), m_p, m_cb);
+        m_pHeap = std::move(pNew);
+        m_p = m_pHeap.get();
+        m_cbRoom = cbRoom;
+    }
+
+    BYTE m_rgInline[1024];
+    std::unique_ptr<BYTE[]> m_pHeap;
+    BYTE* m_p = m_rgInline;
+    size_t m_cb = 0;
+    size_t m_cbRoom = sizeof m_rgInline;
+};
+
+} // namespace store
+
+#endif

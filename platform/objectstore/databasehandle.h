@@ -1,0 +1,131 @@
+// databasehandle.h - an open database: its sort order and its seek pointer.
+//
+// The seek pointer stands on a record, in the gap that a deleted record left, or at the end. It is remembered by the
+// record's OID and sort key, so it holds whatever others write; while nothing was written, the cursor stands there too
+// and a step costs no search.
+//
+// Ownership  keeps its volume open, and the database noted as open in it.
+// Threads    everything but the constructor and the destructor needs an access to the volume, and Begin first.
+// Errors     Win32 codes.
+#ifndef KORVANESTORE_DATABASEHANDLE_H
+#define KORVANESTORE_DATABASEHANDLE_H
+
+#include "handles.h"
+#include "index.h"
+#include "mounts.h"
+#include "values.h"
+
+#include <optional>
+
+namespace store {
+
+class CDatabaseHandle : public CHandleObject
+{
+public:
+    // Notes the database as open; dwError tells whether that worked.
+    CDatabaseHandle(CVolumeRef volume, const CEGUID& guid, CEOID oidDatabase, DWORD dwFlags, DWORD& dwError);
+    ~CDatabaseHandle() override;
+
+    COpenVolume& Volume() { return *m_volume; }
+    const CEGUID& Guid() const { return m_guid; }
+    CEOID DatabaseOid() const { return m_oidDatabase; }
+    bool IsAutoIncrement() const { return m_dwFlags & CEDB_AUTOINCREMENT; }
+    void SetOrder(const COrder& order) // of Database(); before that it is the order of creation
+    {
+        m_index.bOrder = order.bId;
+        m_pOrder = &order;
+    }
+
+    // Brings the catalogue up to date. ERROR_INVALID_HANDLE when the database is gone.
+    DWORD Begin(CAccess& access)
+    {
+        const DWORD dwError = m_volume->Sync(access);
+        return dwError != ERROR_SUCCESS ? dwError : Refresh(access);
+    }
+    CDatabase& Database() { return *m_pDatabase; }
+    const COrder* Order() const { return m_pOrder; } // null: the order of creation
+
+    // The moves of CeSeekDatabase. True: the pointer stands on a record. False: there is none, and the pointer is where
+    // windbase.h says.
+    bool SeekOid(CAccess& access, CEOID oid);
+    bool SeekFromStart(CAccess& access, DWORD n);
+    bool SeekFromEnd(CAccess& access, DWORD n); // 0: the last record
+    bool Step(CAccess& access, long n);
+    bool SeekValue(CAccess& access, DWORD dwSeekType, CBytes sortKey, WORD nProps);
+
+    bool IsInGap() const { return m_place == kInGap; }
+    CEOID Current() const { return m_oid; } // after a successful move, or CurrentRecord
+    DWORD CurrentIndex(CAccess& access);    // likewise; a walk to the start
+
+    // The record under the pointer. ERROR_NO_MORE_ITEMS, ERROR_KEY_DELETED, ERROR_FILE_CORRUPT.
+    DWORD CurrentRecord(CAccess& access, CBytes& record);
+    // What a read does to the pointer of an auto-increment handle.
+    void Advance(CAccess& access);
+
+    // Puts the pointer on a record just written, or into the gap of one just deleted if it stood there.
+    void PlaceOn(CEOID oid, CBytes sortKey);
+    void NoteDeleted(CEOID oid, CBytes sortKey);
+
+    // Which slot of a shape has each of the properties asked for, kNoSlot for those that it lacks.
+    const DWORD* PlanFor(const CShape& shape, const CEPROPID* rgPropID, WORD nCount);
+
+    // Reusable, so that a call allocates nothing once they have grown.
+    std::vector<CField> scratchFields;
+    std::vector<CGiven> scratchGiven;
+
+private:
+    enum EPlace : BYTE
+    {
+        kAtEnd,
+        kOnRecord,
+        kInGap
+    };
+
+    DWORD Refresh(CAccess& access);
+    bool IsInOrder(CBytes key) const;
+    bool Take();
+    bool Restore(CAccess& access);
+    bool FindAgain(CAccess& access);
+    bool SeekFirst(CAccess& access);
+    bool SeekLast(CAccess& access);
+    bool SeekAtLeastPlace(CAccess& access);
+    bool SeekBeforePlace(CAccess& access);
+    bool HasValues(CAccess& access, const CIndexEntry& entry, WORD nProps);
+    bool AtEnd()
+    {
+        m_place = kAtEnd;
+        return false;
+    }
+
+    struct CPlan
+    {
+        bool bValid = false;
+        WORD wShape = 0;
+        ULONGLONG ullShapeEpoch = 0;
+        std::vector<DWORD> slots;
+    };
+
+    CVolumeRef m_volume;
+    const CEGUID m_guid; // under which it was opened
+    const CEOID m_oidDatabase;
+    const DWORD m_dwFlags;
+    bool m_bNoted = false;
+    CIndexName m_index;
+    CDatabase* m_pDatabase = nullptr; // belongs to the volume
+    const COrder* m_pOrder = nullptr; // belongs to the database, good while the epoch is
+    ULONGLONG m_ullEpoch = 0;
+
+    std::optional<CTreeCursor> m_cursor; // emptied under an access
+    bool m_bCursorThere = false;         // if it is placed, then on the record of the pointer
+    EPlace m_place = kAtEnd;
+    bool m_bByIncrement = false; // got there by a read: should the record vanish, the next one takes its place
+    CEOID m_oid = 0;             // of the record, or of the one that was there
+    CByteBuffer m_sortKey;       // likewise; empty in the order of creation
+
+    std::vector<CEPROPID> m_planned; // properties that the plans are for
+    CPlan m_rgPlans[8];              // by the low bits of the shape's number
+};
+
+} // namespace store
+
+#endif

@@ -1,0 +1,97 @@
+// record.h - a record's bytes: which properties it has (its shape) and where their values lie.
+//
+// A record begins with the number of its shape, an entry in the database's dictionary of property lists; then the fixed
+// part, a slot for each property in the order of their ids; then texts and blobs, packed. The slot of a text or blob is
+// where it ends, counted from the start of the packed part. docs/volume-format.md has an example byte by byte.
+//
+// Ownership  a view points at bytes and a shape that must outlive it.
+// Threads    none of their own.
+// Errors     bytes that contradict themselves: false, never a read outside the value.
+#ifndef KORVANESTORE_RECORD_H
+#define KORVANESTORE_RECORD_H
+
+#include "sortkey.h"
+
+#include <vector>
+
+namespace store {
+
+constexpr WORD kInlineShape = 0xFFFF;   // the property list stands in the record itself
+constexpr DWORD kWideText = 0x80000000; // bit of a text's slot: two bytes a character, else one
+constexpr DWORD kNoSlot = 0xFFFFFFFF;
+
+struct CSlot
+{
+    CEPROPID propid;
+    DWORD cbOffset;   // in the fixed part
+    DWORD cbPrevious; // offset of the slot of the text or blob before this one; kNoSlot for the first and for numbers
+};
+
+// True for the types that a property can have.
+bool IsKnownType(CEPROPID propid);
+inline bool IsVarying(CEPROPID propid)
+{
+    return TypeFromPropID(propid) == CEVT_LPWSTR || TypeFromPropID(propid) == CEVT_BLOB;
+}
+
+// A list of properties and the layout that follows from it.
+class CShape
+{
+public:
+    // The list: little-endian CEPROPIDs, ascending, each once. False when it is not that.
+    bool Assign(CBytes list);
+    void Assign(const CField* pFields, size_t nCount); // known types, ascending, each once
+
+    WORD Id() const { return m_wId; }
+    void SetId(WORD wId) { m_wId = wId; }
+    size_t Count() const { return m_slots.size(); }
+    const CSlot& operator[](size_t i) const { return m_slots[i]; }
+    DWORD FixedSize() const { return m_cbFixed; }
+    bool Matches(const CField* pFields, size_t nCount) const;
+    size_t Find(CEPROPID propid) const; // Count() when there is none
+
+private:
+    bool Layout();
+    std::vector<CSlot> m_slots;
+    DWORD m_cbFixed = 0;
+    WORD m_wId = kInlineShape;
+};
+
+// One record's bytes under its shape.
+class CRecordView
+{
+public:
+    // What shape a record needs: kInlineShape with the list that it brings along, or a number of the dictionary.
+    static bool ShapeOf(CBytes value, WORD& wShape, CBytes& inlineList);
+
+    bool Attach(CBytes value, const CShape& shape);
+    const CShape& Shape() const { return *m_pShape; }
+
+    // The value in a slot of the shape.
+    bool Get(size_t nSlot, CField& field) const;
+    // The value of a property; field.propid is 0 when the record lacks it.
+    bool Find(CEPROPID propid, CField& field) const;
+
+private:
+    const CShape* m_pShape = nullptr;
+    const BYTE* m_pFixed = nullptr;
+    const BYTE* m_pPacked = nullptr;
+    DWORD m_cbPacked = 0;
+};
+
+// Bytes that a record of these fields takes, and the bytes themselves. The fields are those of the shape, in its order.
+size_t RecordSize(const CField* pFields, const CShape& shape);
+void EncodeRecord(const CField* pFields, const CShape& shape, BYTE* p);
+
+// Bytes that count against the limits of the API: a number its size, a text two a character without the terminator.
+DWORD DataSize(const CField& field);
+
+// Describes a caller's text, which is at psz with its terminator. False when it has more than cchMax characters.
+bool MeasureText(const wchar_t* psz, DWORD cchMax, CField& field);
+
+// Writes a text's characters, wide, and its terminator.
+void ExpandText(wchar_t* pTo, const CField& field);
+
+} // namespace store
+
+#endif
