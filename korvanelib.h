@@ -26,6 +26,10 @@
 #include "korvanedb/row.h"
 #include "korvanedb/table.h"
 
+#include "graphics/icon.h"
+#include "graphics/image.h"
+#include "graphics/resource.h"
+
 #include "registry/regkey.h"
 #include "registry/registrykey.h"
 

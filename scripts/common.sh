@@ -26,6 +26,8 @@ configure_and_build() {
 
 # A Wine prefix of the project's own, in the build folder: nothing of the user's is read or written.
 use_wine() {
+    # Arguments and file names are UTF-8: under the C locale Wine loses what is not ASCII.
+    export LC_ALL=C.UTF-8
     export WINEPREFIX=$PWD/build/wine WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe='
     if [[ ! -f $WINEPREFIX/korvane.ready ]]; then
         say "making a 32-bit Wine prefix in build/wine"

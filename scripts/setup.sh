@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Installs what the build and the tests need on a Debian machine, and fetches the engine's source package.
 # Does nothing, and says nothing, about what is already there.
+#   scripts/setup.sh [PACKAGE...]    these packages as well: what the benches measure against
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/common.sh
 
 # What each package is for stands in the README under "Dependencies".
 packages=(wine wine32:i386 gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix cmake ninja-build
-          xvfb xauth googletest libcli11-dev nlohmann-json3-dev iso-codes dpkg-dev ca-certificates)
+          xvfb xauth googletest libcli11-dev nlohmann-json3-dev iso-codes dpkg-dev ca-certificates "$@")
 
 missing=()
 for package in "${packages[@]}"; do

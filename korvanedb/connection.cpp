@@ -1,0 +1,334 @@
+#include "korvanedb/connection.h"
+
+#include "base/errorutil.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace KorvaneDB {
+namespace {
+
+const wchar_t kSource[] = L"korvanedb/connection";
+constexpr unsigned long kPropidMask = 0x00FFFFFF; // what counts of a "FieldID"
+
+CFieldInfo Field(const wchar_t* pszName, CEPROPID propid)
+{
+    CFieldInfo field;
+    field.m_sName = pszName;
+    field.m_propid = propid;
+    return field;
+}
+
+// Values of catalogue records; what a record lacks is 0 or the empty text.
+unsigned long GetLong(const _variant_t& value)
+{
+    return V_VT(&value) == VT_I4 ? static_cast<unsigned long>(V_I4(&value)) : 0;
+}
+
+long GetShort(const _variant_t& value)
+{
+    return V_VT(&value) == VT_I2 ? V_I2(&value) : 0;
+}
+
+CString GetText(const _variant_t& value)
+{
+    return V_VT(&value) == VT_BSTR && V_BSTR(&value) ? CString(V_BSTR(&value)) : CString();
+}
+
+// Shows the system's text for an error. Without a display there is no box, and the debugger output gets the text.
+void ShowSystemError(DWORD dwError)
+{
+    LPWSTR pszText = nullptr;
+    ::FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                     nullptr, dwError, 0, reinterpret_cast<LPWSTR>(&pszText), 0, nullptr);
+    const wchar_t* const pszShown = pszText ? pszText : L"";
+    if (::MessageBoxW(nullptr, pszShown, L"Error", MB_ICONINFORMATION) <= 0) ::OutputDebugStringW(pszShown);
+    ::LocalFree(pszText);
+}
+
+// Reads all records of a catalogue, calling each() for every one.
+template <class Each> long ForEachRecord(CRow& row, Each each)
+{
+    KORVANE_CHECK(row.MoveFirst());
+    while (!row.IsEOF()) {
+        KORVANE_CHECK(row.ReadFromDB());
+        KORVANE_CHECK(each());
+        KORVANE_CHECK(row.MoveNext());
+    }
+    return 0;
+}
+
+} // namespace
+
+// Keeps a connection from being deleted by the last reference that it handed out itself: on the stack it has no other.
+class CConnection::CPin
+{
+public:
+    explicit CPin(CConnection& connection) : m_connection(connection) { ++m_connection.m_lRefs; }
+    ~CPin() { --m_connection.m_lRefs; }
+    CPin(const CPin&) = delete;
+    CPin& operator=(const CPin&) = delete;
+
+private:
+    CConnection& m_connection;
+};
+
+CConnection::CConnection() : m_guid(), m_bOpen(0), m_hHeap(nullptr) {}
+
+CConnection::CConnection(const CConnection& rOther) = default;
+
+CConnection& CConnection::operator=(const CConnection& rOther)
+{
+    if (this == &rOther) return *this;
+    ReleaseTables();
+    CRefCntBase::operator=(rOther);
+    m_sName = rOther.m_sName;
+    std::copy(std::begin(rOther.m_slots), std::end(rOther.m_slots), m_slots);
+    m_guid = rOther.m_guid;
+    m_bOpen = rOther.m_bOpen;
+    m_hHeap = rOther.m_hHeap;
+    m_tables = rOther.m_tables;
+    return *this;
+}
+
+CConnection::~CConnection()
+{
+    Close();
+    ReleaseTables();
+}
+
+// Empties the table map. Tables that a row still holds forget the connection: it is about to be another one, or none.
+void CConnection::ReleaseTables()
+{
+    CPin pin(*this);
+    for (auto& entry : m_tables)
+        if (entry.second->m_pConnection == this) entry.second->m_pConnection = nullptr;
+    m_tables.clear();
+}
+
+void CConnection::Initialize()
+{
+    for (CCatalogueSlot& slot : m_slots) slot = CCatalogueSlot();
+    m_bOpen = 0;
+}
+
+// Mounts the volume, or names the object store. The last error is the mount's.
+bool CConnection::Mount(const TCHAR* sDBName)
+{
+    if (sDBName && *sDBName) return ::CeMountDBVol(&m_guid, const_cast<LPWSTR>(sDBName), OPEN_EXISTING);
+    CREATE_SYSTEMGUID(&m_guid);
+    return true;
+}
+
+bool CConnection::OpenCatalogue(int nSlot, const wchar_t* pszName)
+{
+    CCatalogueSlot& slot = m_slots[nSlot];
+    slot.hDatabase = ::CeOpenDatabaseEx(&m_guid, &slot.oid, const_cast<LPWSTR>(pszName), 0, 0, nullptr);
+    return slot.hDatabase != INVALID_HANDLE_VALUE;
+}
+
+long CConnection::Open(const TCHAR* sDBName)
+{
+    if (m_bOpen) KORVANE_RAISE(kSource, 143, E_FAIL, L"Already Open");
+    CPin pin(*this);
+    Initialize();
+    if (!Mount(sDBName)) KORVANE_RAISE(kSource, 153, E_FAIL, L"Unable to mount database");
+
+    static constexpr struct
+    {
+        const wchar_t* pszName;
+        unsigned long ulLine;
+    } kCatalogues[] = {{L"MSysTables", 159}, {L"MSysFields", 163}, {L"MSysIndexes", 166}};
+    for (int nSlot = kTables; nSlot <= kIndexes; ++nSlot) {
+        if (OpenCatalogue(nSlot, kCatalogues[nSlot].pszName)) continue;
+        Close();
+        KORVANE_RAISE(kSource, kCatalogues[nSlot].ulLine, E_FAIL, L"CEOpenDatabaseEx failed");
+    }
+    m_hHeap = ::GetProcessHeap();
+    if (!m_hHeap) KORVANE_RAISE(kSource, 170, E_FAIL, L"Call to GetProcessHeap(...) failed");
+
+    std::map<unsigned long, std::list<CFieldInfo>> fieldsOfTables;
+    std::map<CString, unsigned long> tables;
+    std::map<unsigned long, std::list<CIndexInfo>> indexesOfTables;
+    KORVANE_CHECK(FillFields(fieldsOfTables));
+    KORVANE_CHECK(FillTables(tables));
+    KORVANE_CHECK(FillIndexes(indexesOfTables));
+
+    for (const auto& entry : tables) {
+        // A table without records in one of the two has no fields, respectively no indexes.
+        const CSmartPtr<CTable> pTable(new CTable(entry.first, fieldsOfTables[entry.second],
+                                                  indexesOfTables[entry.second], CSmartPtr<CConnection>(this)));
+        pTable->m_oid = entry.second;
+        m_tables.emplace(entry.first, pTable);
+    }
+    KORVANE_CHECK(ReleaseSystemTables());
+    m_bOpen = 1;
+    m_sName = sDBName;
+    return 0;
+}
+
+// A table with the fields of a catalogue, to read that with.
+CSmartPtr<CTable> CConnection::CatalogueTable(CFieldInfo* pFields, int nFields)
+{
+    return CSmartPtr<CTable>(new CTable(CString(), pFields, nFields, CSmartPtr<CConnection>(this)));
+}
+
+long CConnection::FillTables(std::map<CString, unsigned long>& tables)
+{
+    CPin pin(*this);
+    CFieldInfo fields[] = {Field(L"TableName", 0x0000001F), Field(L"TableID", 0x00010003)};
+    CRow row(CatalogueTable(fields, 2), m_slots[kTables].hDatabase, 0);
+    return ForEachRecord(row, [&]() -> long {
+        _variant_t id, name;
+        KORVANE_CHECK(row.getVal(L"TableID", id));
+        KORVANE_CHECK(row.getVal(L"TableName", name));
+        tables.emplace(GetText(name), GetLong(id));
+        return 0;
+    });
+}
+
+long CConnection::FillFields(std::map<unsigned long, std::list<CFieldInfo>>& fieldsOfTables)
+{
+    CPin pin(*this);
+    CFieldInfo fields[] = {Field(L"TableID", 0x00000003), Field(L"FieldName", 0x0001001F),
+                           Field(L"FieldID", 0x00020003), Field(L"Len", 0x00030002), Field(L"ODBCType", 0x00040002)};
+    CRow row(CatalogueTable(fields, 5), m_slots[kFields].hDatabase, 0);
+    return ForEachRecord(row, [&]() -> long {
+        _variant_t id, name, propid, len, type;
+        KORVANE_CHECK(row.getVal(L"TableID", id));
+        std::list<CFieldInfo>& fieldsOfTable = fieldsOfTables[GetLong(id)];
+        KORVANE_CHECK(row.getVal(L"FieldName", name));
+        KORVANE_CHECK(row.getVal(L"FieldID", propid));
+        KORVANE_CHECK(row.getVal(L"Len", len));
+        KORVANE_CHECK(row.getVal(L"ODBCType", type));
+        CFieldInfo field;
+        field.m_sName = GetText(name);
+        field.m_propid = GetLong(propid) & kPropidMask;
+        field.m_lLen = GetShort(len);
+        field.m_lType = GetShort(type);
+        fieldsOfTable.push_back(field);
+        return 0;
+    });
+}
+
+long CConnection::FillIndexes(std::map<unsigned long, std::list<CIndexInfo>>& indexesOfTables)
+{
+    CPin pin(*this);
+    CFieldInfo fields[] = {Field(L"TableID", 0x00000003), Field(L"IndexName", 0x0001001F),
+                           Field(L"FieldID", 0x00020003), Field(L"IndexFlags", 0x00030003)};
+    CRow row(CatalogueTable(fields, 4), m_slots[kIndexes].hDatabase, 0);
+    return ForEachRecord(row, [&]() -> long {
+        _variant_t id, name, propid, flags;
+        KORVANE_CHECK(row.getVal(L"TableID", id));
+        std::list<CIndexInfo>& indexesOfTable = indexesOfTables[GetLong(id)];
+        KORVANE_CHECK(row.getVal(L"IndexName", name));
+        KORVANE_CHECK(row.getVal(L"FieldID", propid));
+        KORVANE_CHECK(row.getVal(L"IndexFlags", flags));
+        CIndexInfo index;
+        index.m_sName = GetText(name);
+        index.m_propid = GetLong(propid) & kPropidMask;
+        index.m_dwFlags = GetLong(flags);
+        indexesOfTable.push_back(index);
+        return 0;
+    });
+}
+
+long CConnection::ReleaseSystemTables()
+{
+    static constexpr unsigned long kLines[] = {221, 223, 225};
+    for (int nSlot = kTables; nSlot <= kIndexes; ++nSlot) {
+        const HANDLE hDatabase = m_slots[nSlot].hDatabase;
+        if (hDatabase != INVALID_HANDLE_VALUE && !::CloseHandle(hDatabase))
+            KORVANE_RAISE(kSource, kLines[nSlot], E_FAIL, L"General error");
+    }
+    for (int nSlot = kTables; nSlot <= kIndexes; ++nSlot) m_slots[nSlot].hDatabase = INVALID_HANDLE_VALUE;
+    return 0;
+}
+
+long CConnection::OpenFromDef(const TCHAR* sDBName, std::list<CTableDefinition>& definitions)
+{
+    if (m_bOpen) KORVANE_RAISE(kSource, 55, E_FAIL, L"Already Open");
+    CPin pin(*this);
+    Initialize();
+    const bool bMounted = Mount(sDBName);
+    if (sDBName && *sDBName) {
+        const DWORD dwError = ::GetLastError(); // before the trace, which changes it
+        KORVANE_TRACE(kSource, 64, "sDBName", sDBName);
+        if (!bMounted && dwError != 0) ShowSystemError(dwError);
+        KORVANE_TRACE(kSource, 88, "GetLastError()", dwError);
+    }
+    if (!bMounted) KORVANE_RAISE(kSource, 90, E_FAIL, L"Unable to mount database");
+    m_hHeap = ::GetProcessHeap();
+    if (!m_hHeap) KORVANE_RAISE(kSource, 95, E_FAIL, L"Call to GetProcessHeap(...) failed");
+
+    for (const CTableDefinition& definition : definitions) {
+        std::list<CFieldInfo> fields;
+        unsigned long ulNumber = 0;
+        for (const CFieldDefinition& field : definition.second.first) {
+            CFieldInfo info = Field(field.first, (ulNumber++ << 16) + field.second);
+            info.m_lType = field.second;
+            info.m_lLen = 0;
+            fields.push_back(info);
+        }
+        std::list<CIndexInfo> indexes;
+        for (const CIndexDefinition& index : definition.second.second) {
+            CIndexInfo info;
+            info.m_sName = index.first;
+            info.m_propid = index.second.first;
+            info.m_dwFlags = index.second.second;
+            indexes.push_back(info);
+        }
+        const CSmartPtr<CTable> pTable(
+            new CTable(definition.first, fields, indexes, CSmartPtr<CConnection>(this)));
+        m_tables.emplace(definition.first, pTable);
+    }
+    m_bOpen = 1;
+    m_sName = sDBName;
+    return 0;
+}
+
+long CConnection::Close()
+{
+    if (!CHECK_SYSTEMGUID(&m_guid) && !::CeUnmountDBVol(&m_guid)) KORVANE_RAISE(kSource, 236, E_FAIL, L"General error");
+    Initialize();
+    return 0;
+}
+
+std::map<CString, unsigned long> CConnection::GetTableNames()
+{
+    std::map<CString, unsigned long> names;
+    for (auto& entry : m_tables) {
+        CTable& table = *entry.second;
+        if (table.m_oid == 0) {
+            const HANDLE hDatabase = ::CeOpenDatabaseEx(
+                &m_guid, &table.m_oid, const_cast<LPWSTR>(static_cast<LPCWSTR>(entry.first)), 0, 0, nullptr);
+            if (hDatabase != INVALID_HANDLE_VALUE) ::CloseHandle(hDatabase);
+        }
+        names.emplace(entry.first, table.m_oid);
+    }
+    return names;
+}
+
+long CConnection::OpenTable(CString sName, CSmartPtr<CRow>& row)
+{
+    const auto found = m_tables.find(sName);
+    if (found == m_tables.end()) KORVANE_RAISE(kSource, 431, E_FAIL, L"Table not found");
+    const CSmartPtr<CTable> pTable = found->second;
+
+    wchar_t szNoName[255] = {};
+    CEOID oid = pTable->m_oid;
+    LPWSTR pszName = oid ? szNoName : const_cast<LPWSTR>(static_cast<LPCWSTR>(pTable->m_sName));
+    const HANDLE hDatabase = ::CeOpenDatabaseEx2(&m_guid, &oid, pszName, nullptr, 0, nullptr);
+    if (hDatabase == INVALID_HANDLE_VALUE)
+        KORVANE_RAISE(kSource, 449, E_FAIL, L"Call to function CeOpenDatabase(...) failed");
+    pTable->m_oid = oid;
+    row = new CRow(pTable, hDatabase, 1);
+    return 0;
+}
+
+CEGUID* CConnection::GetVolGUID()
+{
+    return &m_guid;
+}
+
+} // namespace KorvaneDB

@@ -1,0 +1,38 @@
+// CRowShared: what a row and its copies hold together: record buffer, property and value arrays, database handle.
+//
+// Ownership  counted: held by each of the copies. The last one's release frees the buffer and the arrays and, when the
+//            row was made to own it, closes the handle.
+// Threads    one thread at a time.
+// Errors     a failure to free or close is parked in the last-error record: E_FAIL, korvanedb/row, line 37.
+//
+// For the library's own sources: not part of korvanelib.h.
+#ifndef KORVANE_KORVANEDB_ROWSHARED_H
+#define KORVANE_KORVANEDB_ROWSHARED_H
+
+#include "base/refcount.h"
+#include "korvanedb/table.h"
+
+#include <comdef.h>
+
+namespace KorvaneDB {
+
+struct CRowShared : CRefCntBase
+{
+    CRowShared(const CTable* pTable, HANDLE hHeapOfTable, HANDLE hDatabase, bool bOwnsHandle);
+    ~CRowShared() override;
+    CRowShared(const CRowShared&) = delete;
+    CRowShared& operator=(const CRowShared&) = delete;
+
+    HANDLE hHeap;              // borrowed; kept here because a row may outlive its connection
+    HANDLE hDatabase;          // INVALID_HANDLE_VALUE after a SetIndex that closed the old one and opened no new one
+    const bool bOwnsHandle;
+    const int nFields;                   // the table's field count when the row was made
+    BYTE* pBuffer;                       // from hHeap; null when memory was out
+    DWORD cbBuffer;                      // bytes of pBuffer that a read may use
+    std::unique_ptr<CEPROPID[]> propids; // nFields, the properties of the fields; never null
+    std::unique_ptr<_variant_t[]> values; // nFields values and the spare one behind them
+};
+
+} // namespace KorvaneDB
+
+#endif

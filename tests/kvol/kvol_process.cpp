@@ -1,0 +1,284 @@
+#include "kvol_process.h"
+
+#include "text.h"
+
+#include <cstdio>
+#include <map>
+#include <thread>
+
+namespace {
+
+// One argument as CommandLineToArgvW reads it back: backslashes before a quote are doubled, the quote is escaped.
+std::wstring QuotedArgument(const std::wstring& argument)
+{
+    std::wstring out = L"\"";
+    size_t backslashes = 0;
+    for (const wchar_t c : argument) {
+        if (c == L'\\') {
+            ++backslashes;
+            continue;
+        }
+        out.append(c == L'"' ? backslashes * 2 + 1 : backslashes, L'\\');
+        backslashes = 0;
+        out += c;
+    }
+    out.append(backslashes * 2, L'\\');
+    return out + L"\"";
+}
+
+std::wstring BesideThisProgram(const wchar_t* pszName)
+{
+    wchar_t path[MAX_PATH] = L"";
+    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+    const std::wstring whole = path;
+    return whole.substr(0, whole.find_last_of(L'\\') + 1) + pszName;
+}
+
+struct Pipe
+{
+    HANDLE hRead = nullptr;
+    HANDLE hWrite = nullptr;
+    Pipe()
+    {
+        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+        ::CreatePipe(&hRead, &hWrite, &inherited, 0);
+        ::SetHandleInformation(hRead, HANDLE_FLAG_INHERIT, 0);
+    }
+    ~Pipe()
+    {
+        CloseWrite();
+        ::CloseHandle(hRead);
+    }
+    void CloseWrite()
+    {
+        if (hWrite) ::CloseHandle(hWrite);
+        hWrite = nullptr;
+    }
+    void ReadAll(std::string& text) const
+    {
+        char buffer[4096];
+        DWORD cb = 0;
+        while (::ReadFile(hRead, buffer, sizeof buffer, &cb, nullptr) && cb) text.append(buffer, cb);
+    }
+};
+
+} // namespace
+
+std::ostream& operator<<(std::ostream& stream, const Outcome& outcome)
+{
+    return stream << "exit code " << outcome.code << "\nstdout: " << outcome.out << "\nstderr: " << outcome.err;
+}
+
+Outcome Kvol(const std::vector<std::string>& arguments)
+{
+    constexpr DWORD kMilliseconds = 60000;
+    const std::wstring program = BesideThisProgram(L"kvol.exe");
+    std::wstring line = QuotedArgument(program);
+    for (const std::string& argument : arguments) line += L" " + QuotedArgument(kvol::Wide(argument));
+    Outcome outcome;
+    Pipe out;
+    Pipe err;
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = out.hWrite;
+    startup.hStdError = err.hWrite;
+    PROCESS_INFORMATION process = {};
+    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                          &process)) {
+        ADD_FAILURE() << "kvol.exe cannot be started: error " << ::GetLastError();
+        return outcome;
+    }
+    out.CloseWrite();
+    err.CloseWrite();
+    // Waiting beside the reading: a program that hangs keeps its pipes open.
+    std::thread watch([&] {
+        if (::WaitForSingleObject(process.hProcess, kMilliseconds) == WAIT_TIMEOUT)
+            ::TerminateProcess(process.hProcess, 99);
+    });
+    std::thread errors([&] { err.ReadAll(outcome.err); });
+    out.ReadAll(outcome.out);
+    errors.join();
+    watch.join();
+    ::GetExitCodeProcess(process.hProcess, &outcome.code);
+    ::CloseHandle(process.hThread);
+    ::CloseHandle(process.hProcess);
+    EXPECT_NE(99u, outcome.code) << "kvol did not end within a minute: " << kvol::ToUtf8(line);
+    return outcome;
+}
+
+KvolTest::KvolTest() : m_volume(Path("test.vol"))
+{
+    ::SetEnvironmentVariableW(L"KORVANE_OBJECTSTORE", m_folder.Path().c_str());
+}
+
+std::string KvolTest::Path(const std::string& name) const
+{
+    return kvol::ToUtf8(m_folder.File(kvol::Wide(name)));
+}
+
+std::string KvolTest::Write(const std::string& name, const std::string& bytes) const
+{
+    FILE* pFile = ::_wfopen(m_folder.File(kvol::Wide(name)).c_str(), L"wb");
+    if (!pFile || std::fwrite(bytes.data(), 1, bytes.size(), pFile) != bytes.size())
+        ADD_FAILURE() << "cannot write " << name;
+    if (pFile) std::fclose(pFile);
+    return Path(name);
+}
+
+std::string KvolTest::Read(const std::string& name) const
+{
+    std::string bytes;
+    FILE* pFile = ::_wfopen(m_folder.File(kvol::Wide(name)).c_str(), L"rb");
+    if (!pFile) return bytes;
+    char buffer[4096];
+    while (const size_t cb = std::fread(buffer, 1, sizeof buffer, pFile)) bytes.append(buffer, cb);
+    std::fclose(pFile);
+    return bytes;
+}
+
+bool KvolTest::Exists(const std::string& name) const
+{
+    return ::GetFileAttributesW(m_folder.File(kvol::Wide(name)).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+void KvolTest::Import(const std::string& table, const std::string& csv, const std::vector<std::string>& options)
+{
+    std::vector<std::string> arguments = {"import", Volume(), table, Write(table + ".csv", csv)};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const Outcome outcome = Kvol(arguments);
+    ASSERT_EQ(0u, outcome.code) << outcome;
+}
+
+std::string KvolTest::Dump(const std::string& table)
+{
+    const Outcome outcome = Kvol({"dump", Volume(), table, "--format", "csv"});
+    EXPECT_EQ(0u, outcome.code) << outcome;
+    return outcome.out;
+}
+
+CMounted::CMounted(const std::string& path)
+{
+    std::wstring wide = kvol::Wide(path);
+    EXPECT_TRUE(::CeMountDBVol(&m_guid, wide.data(), OPEN_EXISTING)) << ::GetLastError();
+}
+
+CMounted::~CMounted()
+{
+    EXPECT_TRUE(::CeUnmountDBVol(&m_guid)) << ::GetLastError();
+}
+
+HANDLE CMounted::Open(const wchar_t* pszName)
+{
+    CEOID oid = 0;
+    std::wstring name = pszName;
+    const HANDLE h = ::CeOpenDatabaseEx(&m_guid, &oid, name.data(), 0, 0, nullptr);
+    EXPECT_NE(INVALID_HANDLE_VALUE, h) << kvol::ToUtf8(name) << " " << ::GetLastError();
+    return h;
+}
+
+CEOID CMounted::DatabaseOid(const wchar_t* pszName)
+{
+    CEOID oid = 0;
+    std::wstring name = pszName;
+    const HANDLE h = ::CeOpenDatabaseEx(&m_guid, &oid, name.data(), 0, 0, nullptr);
+    if (h == INVALID_HANDLE_VALUE) return 0;
+    ::CloseHandle(h);
+    return oid;
+}
+
+CEOID CMounted::Put(const wchar_t* pszDatabase, CEOID oid, std::vector<CEPROPVAL> values)
+{
+    const HANDLE h = Open(pszDatabase);
+    const CEOID written = ::CeWriteRecordProps(h, oid, static_cast<WORD>(values.size()), values.data());
+    EXPECT_NE(0u, written) << ::GetLastError();
+    ::CloseHandle(h);
+    return written;
+}
+
+std::vector<CEOID> CMounted::Records(const wchar_t* pszDatabase)
+{
+    const HANDLE h = Open(pszDatabase);
+    std::vector<CEOID> records;
+    for (CEOID oid = ::CeSeekDatabase(h, CEDB_SEEK_BEGINNING, 0, nullptr); oid;
+         oid = ::CeSeekDatabase(h, CEDB_SEEK_CURRENT, 1, nullptr)) {
+        records.push_back(oid);
+    }
+    ::CloseHandle(h);
+    return records;
+}
+
+std::string CMounted::Get(const wchar_t* pszDatabase, CEOID oid)
+{
+    const HANDLE h = Open(pszDatabase);
+    EXPECT_EQ(oid, ::CeSeekDatabase(h, CEDB_SEEK_CEOID, oid, nullptr));
+    LPBYTE pBuffer = nullptr;
+    DWORD cbBuffer = 0;
+    WORD nValues = 0;
+    std::map<CEPROPID, std::string> values;
+    if (::CeReadRecordPropsEx(h, CEDB_ALLOWREALLOC, &nValues, nullptr, &pBuffer, &cbBuffer, nullptr)) {
+        const CEPROPVAL* pValues = reinterpret_cast<const CEPROPVAL*>(pBuffer);
+        for (WORD i = 0; i < nValues; ++i) {
+            std::string& value = values[pValues[i].propid];
+            switch (TypeFromPropID(pValues[i].propid)) {
+            case CEVT_LPWSTR:
+                value = kvol::Quoted(std::wstring_view(pValues[i].val.lpwstr));
+                break;
+            case CEVT_I2:
+                value = std::to_string(pValues[i].val.iVal);
+                break;
+            case CEVT_I4:
+                value = std::to_string(pValues[i].val.lVal);
+                break;
+            default:
+                value = "?";
+                break;
+            }
+        }
+    }
+    if (pBuffer) ::LocalFree(pBuffer);
+    ::CloseHandle(h);
+    std::string text;
+    for (const auto& [propid, value] : values) {
+        char name[16];
+        std::snprintf(name, sizeof name, "0x%08lX=", propid);
+        text += (text.empty() ? "" : " ") + (name + value);
+    }
+    return text;
+}
+
+bool CMounted::Remove(const wchar_t* pszDatabase, CEOID oid)
+{
+    const HANDLE h = Open(pszDatabase);
+    const bool bDone = ::CeDeleteRecord(h, oid) != FALSE;
+    ::CloseHandle(h);
+    return bDone;
+}
+
+CEPROPVAL TextProperty(CEPROPID propid, const wchar_t* pszText)
+{
+    CEPROPVAL value = {};
+    value.propid = propid;
+    value.val.lpwstr = const_cast<wchar_t*>(pszText); // the store only reads it
+    return value;
+}
+
+CEPROPVAL NumberProperty(CEPROPID propid, long value)
+{
+    CEPROPVAL property = {};
+    property.propid = propid;
+    if (TypeFromPropID(propid) == CEVT_I2) {
+        property.val.iVal = static_cast<short>(value);
+    } else {
+        property.val.lVal = value;
+    }
+    return property;
+}
+
+CEPROPVAL NoProperty(CEPROPID propid)
+{
+    CEPROPVAL property = {};
+    property.propid = propid;
+    property.wFlags = CEDB_PROPDELETE;
+    return property;
+}

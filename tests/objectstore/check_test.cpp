@@ -1,0 +1,116 @@
+// The store's own check of a volume.
+#include "support.h"
+#include "volume_image.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr CEPROPID kNumber = Prop(1, CEVT_I4);
+constexpr CEPROPID kName = Prop(2, CEVT_LPWSTR);
+
+class CheckTest : public VolumeTest
+{
+protected:
+    void SetUp() override
+    {
+        VolumeTest::SetUp();
+        const CDb db = OpenDb(m_guid, MakeDatabase(m_guid, L"checked", {Order({{kNumber}}), Order({{kName}})}));
+        for (int i = 0; i < 300; ++i)
+            Write(db, 0,
+                  CProps()
+                      .I4(1, 1000 + i)
+                      .Text(2, L"name " + std::to_wstring(i))
+                      .Blob(3, {0xA5, 0x5A, 0xC3, 0x3C, static_cast<BYTE>(i)}));
+    }
+    // The check's answer on the file with one sequence of bytes replaced wherever it stands.
+    std::wstring ProblemAfter(const std::vector<BYTE>& from, const std::vector<BYTE>& to)
+    {
+        EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+        m_guid = InvalidGuid();
+        CImage image = ReadWholeFile(m_strPath);
+        int nFound = 0; // free pages still hold older copies
+        for (auto at = image.begin() + 4 * kPageBytes;; ++at, ++nFound) {
+            at = std::search(at, image.end(), from.begin(), from.end());
+            if (at == image.end()) break;
+            std::copy(to.begin(), to.end(), at);
+        }
+        EXPECT_GT(nFound, 0) << "the bytes are not in the file";
+        WriteWholeFile(m_strPath, image);
+        m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+        wchar_t szProblem[300] = L"";
+        EXPECT_FAILS(ERROR_FILE_CORRUPT, ::CeCheckDBVol(&m_guid, szProblem, 300));
+        return szProblem;
+    }
+};
+
+TEST_F(CheckTest, ASoundVolumeIsClean)
+{
+    wchar_t szProblem[300] = L"untouched";
+    EXPECT_WORKS(::CeCheckDBVol(&m_guid, szProblem, 300));
+    EXPECT_WORKS(::CeCheckDBVol(&m_guid, nullptr, 0));
+    Remount();
+    EXPECT_WORKS(::CeCheckDBVol(&m_guid, nullptr, 0));
+    CEGUID store = SystemGuid();
+    EXPECT_WORKS(::CeCheckDBVol(&store, nullptr, 0));
+}
+
+TEST_F(CheckTest, UnknownVolumesAreRefused)
+{
+    CEGUID unknown = {1, 2, 3, 4};
+    EXPECT_FAILS(ERROR_INVALID_PARAMETER, ::CeCheckDBVol(&unknown, nullptr, 0));
+    EXPECT_FAILS(ERROR_INVALID_PARAMETER, ::CeCheckDBVol(nullptr, nullptr, 0));
+}
+
+TEST_F(CheckTest, ARecordThatItsIndexDoesNotKnowIsFound)
+{
+    // A text as its record keeps it, in bytes, followed by nothing that an index key could have.
+    EXPECT_NE(L"", ProblemAfter({'n', 'a', 'm', 'e', ' ', '1', '2', '3', 0xA5, 0x5A},
+                                {'n', 'a', 'm', 'e', ' ', '1', '2', '4'}));
+}
+
+TEST_F(CheckTest, ADamagedPageIsFound)
+{
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    const CImage image = ReadWholeFile(m_strPath);
+    // The kind of each page, and the place of its first entry.
+    int nFound = 0;
+    for (size_t nPage = 4; nPage < image.size() / kPageBytes; ++nPage) {
+        for (const size_t nOffset : {size_t(4), size_t(12)}) {
+            CImage damaged = image;
+            SetImageWord(damaged, nPage, nOffset, ImageWord(image, nPage, nOffset) ^ 0x00010001);
+            WriteWholeFile(m_strPath, damaged);
+            CEGUID guid;
+            if (!::CeMountDBVol(&guid, m_strPath.data(), OPEN_EXISTING)) {
+                EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_CORRUPT), ::GetLastError());
+                ++nFound;
+                continue;
+            }
+            wchar_t szProblem[300] = L"";
+            if (!::CeCheckDBVol(&guid, szProblem, 300)) {
+                EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_CORRUPT), ::GetLastError());
+                EXPECT_NE(L'\0', szProblem[0]) << "no sentence";
+                ++nFound;
+            }
+            EXPECT_WORKS(::CeUnmountDBVol(&guid));
+        }
+    }
+    EXPECT_GT(nFound, 10) << "of " << 2 * (image.size() / kPageBytes - 4) << " damages, some in free pages";
+    WriteWholeFile(m_strPath, image);
+    m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+    EXPECT_EQ("", CheckVolume(m_guid));
+}
+
+TEST_F(CheckTest, ALongSentenceIsCutToTheBuffer)
+{
+    EXPECT_NE(L"", ProblemAfter({'n', 'a', 'm', 'e', ' ', '7', '7', 0xA5}, {'N'}));
+    wchar_t szProblem[20];
+    std::fill_n(szProblem, 20, L'#');
+    EXPECT_FAILS(ERROR_FILE_CORRUPT, ::CeCheckDBVol(&m_guid, szProblem, 10));
+    EXPECT_LT(wcslen(szProblem), 10u);
+    for (int i = 10; i < 20; ++i) EXPECT_EQ(L'#', szProblem[i]) << "written behind the buffer";
+    EXPECT_FAILS(ERROR_FILE_CORRUPT, ::CeCheckDBVol(&m_guid, nullptr, 0));
+}
+
+} // namespace

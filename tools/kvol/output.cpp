@@ -1,0 +1,87 @@
+#include "output.h"
+
+#include "failure.h"
+#include "text.h"
+
+#include <windows.h>
+
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+
+namespace kvol {
+
+namespace {
+
+bool IsConsole(DWORD dwStandardHandle)
+{
+    // _isatty takes every character device for a terminal, NUL included.
+    DWORD dwMode;
+    return ::GetConsoleMode(::GetStdHandle(dwStandardHandle), &dwMode) != FALSE;
+}
+
+} // namespace
+
+CUtf8Streams::CUtf8Streams()
+{
+    ::_setmode(::_fileno(stdout), _O_BINARY);
+    ::_setmode(::_fileno(stderr), _O_BINARY);
+    std::setvbuf(stdout, nullptr, _IOFBF, 1 << 16);
+    if (IsConsole(STD_OUTPUT_HANDLE) || IsConsole(STD_ERROR_HANDLE)) {
+        m_nOldCodePage = ::GetConsoleOutputCP();
+        ::SetConsoleOutputCP(CP_UTF8);
+    }
+}
+
+CUtf8Streams::~CUtf8Streams()
+{
+    std::fflush(stdout);
+    if (m_nOldCodePage) ::SetConsoleOutputCP(m_nOldCodePage);
+}
+
+void Out(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void Err(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
+}
+
+void FlushOut()
+{
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+        throw CFailure("the output could not be written: is the disk full, or the reader of the pipe gone?");
+    }
+}
+
+CProgress::CProgress(const char* pszWhat, size_t total)
+    : m_what(pszWhat), m_total(total ? total : 1), m_bConsole(IsConsole(STD_ERROR_HANDLE))
+{
+}
+
+CProgress::~CProgress()
+{
+    // Blanks, not an escape sequence: not every console obeys those.
+    if (m_cchDrawn) Err("\r" + std::string(m_cchDrawn, ' ') + "\r");
+}
+
+void CProgress::Show(size_t done)
+{
+    constexpr size_t kWidth = 40;
+    constexpr DWORD kMilliseconds = 100;
+    if (!m_bConsole) return;
+    const DWORD dwNow = ::GetTickCount();
+    if (m_cchDrawn && static_cast<LONG>(dwNow - m_dwNext) < 0) return;
+    m_dwNext = dwNow + kMilliseconds;
+    const size_t filled = kWidth * done / m_total;
+    const std::string line = m_what + " [" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "] " +
+                             Counted(done) + " of " + Counted(m_total);
+    m_cchDrawn = CharacterCount(line); // counts only grow, so the new line covers the old one
+    Err("\r" + line);
+}
+
+} // namespace kvol

@@ -1,0 +1,70 @@
+#include "database.h"
+
+#include <korvanebatch.h>
+
+namespace kvol {
+
+namespace {
+
+std::string MountAdvice(DWORD dwError)
+{
+    switch (dwError) {
+    case ERROR_FILE_NOT_FOUND:
+        return "there is no such file. \"kvol import\" makes a volume";
+    case ERROR_PATH_NOT_FOUND:
+        return "there is no such folder";
+    case ERROR_FILE_CORRUPT:
+        return "the file is not a volume, or it is damaged. It was left as it is";
+    case ERROR_REVISION_MISMATCH:
+        return "the volume was made by another version of the store. It was left as it is";
+    case ERROR_INVALID_PARAMETER:
+        return "a path has 1 to 259 characters";
+    default:
+        return SystemText(dwError);
+    }
+}
+
+} // namespace
+
+CVolume::CVolume(const std::string& path, Use use) : m_path(path), m_widePath(Wide(path))
+{
+    // The store takes the empty path for no volume, the library for the object store: neither is meant here.
+    if (path.empty()) throw CUsageError("the path of the volume is empty");
+    ::SetLastError(ERROR_SUCCESS);
+    const BOOL bMounted =
+        ::CeMountDBVol(&m_guid, m_widePath.data(), use == Use::CreateIfMissing ? OPEN_ALWAYS : OPEN_EXISTING);
+    const DWORD dwError = ::GetLastError();
+    if (!bMounted) throw CFailure("cannot open the volume " + Quoted(path) + ": " + MountAdvice(dwError));
+    m_bRemove = use == Use::CreateIfMissing && dwError != ERROR_ALREADY_EXISTS;
+}
+
+CVolume::~CVolume()
+{
+    ::CeUnmountDBVol(&m_guid);
+    if (m_bRemove) ::DeleteFileW(m_widePath.c_str());
+}
+
+CBatch::CBatch(CVolume& volume) : m_volume(volume)
+{
+    if (!::CeBeginBatch(volume.Guid())) {
+        const DWORD dwError = ::GetLastError();
+        throw CFailure("cannot begin a change of the volume " + Quoted(volume.Path()) + ": " + SystemText(dwError));
+    }
+}
+
+CBatch::~CBatch()
+{
+    if (m_bOpen) ::CeAbandonBatch(m_volume.Guid());
+}
+
+void CBatch::Commit()
+{
+    m_bOpen = false;
+    if (!::CeCommitBatch(m_volume.Guid())) {
+        const DWORD dwError = ::GetLastError();
+        throw CFailure("cannot write to the volume " + Quoted(m_volume.Path()) +
+                       ", which is as it was: " + SystemText(dwError));
+    }
+}
+
+} // namespace kvol
