@@ -278,8 +278,7 @@ long CConnection::OpenFromDef(const TCHAR* sDBName, std::list<CTableDefinition>&
             info.m_dwFlags = index.second.second;
             indexes.push_back(info);
         }
-        const CSmartPtr<CTable> pTable(
-            new CTable(definition.first, fields, indexes, CSmartPtr<CConnection>(this)));
+        const CSmartPtr<CTable> pTable(new CTable(definition.first, fields, indexes, CSmartPtr<CConnection>(this)));
         m_tables.emplace(definition.first, pTable);
     }
     m_bOpen = 1;

@@ -197,8 +197,7 @@ long CRow::GetFilter(_variant_t& filter)
 
 long CRow::getNumRows(unsigned long& count)
 {
-    CEGUID* const pGuid =
-        m_pTblDef && m_pTblDef->m_pConnection ? m_pTblDef->m_pConnection->GetVolGUID() : nullptr;
+    CEGUID* const pGuid = m_pTblDef && m_pTblDef->m_pConnection ? m_pTblDef->m_pConnection->GetVolGUID() : nullptr;
     CEOIDINFO info;
     if (!pGuid || !::CeOidGetInfoEx(pGuid, m_pTblDef->m_oid, &info))
         KORVANE_RAISE(kSource, 610, E_FAIL, L"Call to function CeOidGetInfo(...) failed");

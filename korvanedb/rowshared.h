@@ -23,13 +23,13 @@ struct CRowShared : CRefCntBase
     CRowShared(const CRowShared&) = delete;
     CRowShared& operator=(const CRowShared&) = delete;
 
-    HANDLE hHeap;              // borrowed; kept here because a row may outlive its connection
-    HANDLE hDatabase;          // INVALID_HANDLE_VALUE after a SetIndex that closed the old one and opened no new one
+    HANDLE hHeap;     // borrowed; kept here because a row may outlive its connection
+    HANDLE hDatabase; // INVALID_HANDLE_VALUE after a SetIndex that closed the old one and opened no new one
     const bool bOwnsHandle;
-    const int nFields;                   // the table's field count when the row was made
-    BYTE* pBuffer;                       // from hHeap; null when memory was out
-    DWORD cbBuffer;                      // bytes of pBuffer that a read may use
-    std::unique_ptr<CEPROPID[]> propids; // nFields, the properties of the fields; never null
+    const int nFields;                    // the table's field count when the row was made
+    BYTE* pBuffer;                        // from hHeap; null when memory was out
+    DWORD cbBuffer;                       // bytes of pBuffer that a read may use
+    std::unique_ptr<CEPROPID[]> propids;  // nFields, the properties of the fields; never null
     std::unique_ptr<_variant_t[]> values; // nFields values and the spare one behind them
 };
 

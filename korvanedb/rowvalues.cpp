@@ -10,8 +10,8 @@ namespace {
 const wchar_t kSource[] = L"korvanedb/row";
 constexpr DWORD kSpareBytes = 10; // what a record buffer grows by beyond the need
 
-// Reads the record under the handle into the row's buffer. The size comes back larger than the buffer when the record did
-// not fit.
+// Reads the record under the handle into the row's buffer. The size comes back larger than the buffer when the record
+// did not fit.
 struct CReadResult
 {
     CEOID oid;
@@ -53,8 +53,7 @@ long CRow::ReadFromDB()
         void* const pNew = ::HeapReAlloc(shared.hHeap, 0, shared.pBuffer, cbNew);
         const DWORD dwError = ::GetLastError();
         if (pNew) shared.pBuffer = static_cast<BYTE*>(pNew);
-        if (!pNew || dwError != 0)
-            KORVANE_RAISE(kSource, 78, E_FAIL, L"Call to function HeapReAlloc(...) failed");
+        if (!pNew || dwError != 0) KORVANE_RAISE(kSource, 78, E_FAIL, L"Call to function HeapReAlloc(...) failed");
         shared.cbBuffer = cbNew;
         read = ReadIntoBuffer(shared);
     }
@@ -100,8 +99,7 @@ long CRow::WriteToDB()
     }
 
     const SIZE_T cbHas = ::HeapSize(shared.hHeap, 0, shared.pBuffer);
-    if (cbHas == static_cast<SIZE_T>(-1))
-        KORVANE_RAISE(kSource, 327, E_FAIL, L"Call to funcion HeapSize(...) failed");
+    if (cbHas == static_cast<SIZE_T>(-1)) KORVANE_RAISE(kSource, 327, E_FAIL, L"Call to funcion HeapSize(...) failed");
     ::SetLastError(0);
     if (cbHas < cbNeeded) {
         const bool bPossible = cbNeeded <= MAXDWORD - kSpareBytes;

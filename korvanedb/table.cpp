@@ -63,8 +63,7 @@ template <class Iterator> void CTable::SetFields(const Iterator& first, int nCou
 
 long CTable::GetFieldName(int nIdx, CString& sName)
 {
-    if (nIdx < 0 || nIdx > m_nFields)
-        KORVANE_RAISE(L"korvanedb/table", 92, DISP_E_BADINDEX, L"Index out of bounds");
+    if (nIdx < 0 || nIdx > m_nFields) KORVANE_RAISE(L"korvanedb/table", 92, DISP_E_BADINDEX, L"Index out of bounds");
     sName = m_pFields ? m_pFields[nIdx].m_sName : CString();
     return 0;
 }

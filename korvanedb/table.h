@@ -1,4 +1,5 @@
-// CTable: one table of a volume as the library knows it: name, OID of its database, fields, indexes. CFieldInfo, CIndexInfo.
+// CTable: one table of a volume as the library knows it: name, OID of its database, fields, indexes. CFieldInfo,
+// CIndexInfo.
 //
 // Ownership  counted (CRefCntBase): held by the connection's table map and by every row on the table. A table holds its
 //            connection in turn, so a connection and its tables keep each other alive (see connection.h). The field and
@@ -39,7 +40,7 @@ struct KORVANE_API CFieldInfo
 struct KORVANE_API CIndexInfo
 {
     CString m_sName;
-    CEPROPID m_propid = static_cast<CEPROPID>(-1);  // the property that the index sorts on
+    CEPROPID m_propid = static_cast<CEPROPID>(-1);    // the property that the index sorts on
     unsigned long m_dwFlags = static_cast<DWORD>(-1); // CEDB_SORT_ flags, as the catalogue or the definition has them
 };
 
@@ -55,8 +56,8 @@ public:
     CTable(CString name, CFieldInfo* fields, int count, CSmartPtr<CConnection> connection);
     // An empty table that rOther is then assigned to: without the other's indexes, and with a count of its own.
     CTable(const CTable& rOther);
-    // Takes over name, fields, OID and connection. The table keeps its own indexes and its own count. Rows that exist on
-    // it keep the properties that they were made for.
+    // Takes over name, fields, OID and connection. The table keeps its own indexes and its own count. Rows that exist
+    // on it keep the properties that they were made for.
     CTable& operator=(const CTable& rOther);
     ~CTable() override;
 

@@ -239,8 +239,8 @@ int kv_read_metas(const uint8_t pages[2 * KV_PAGE_BYTES], uint32_t file_bytes, k
         const MDB_page* page = (const MDB_page*)(pages + i * KV_PAGE_BYTES);
         metas[i] = METADATA(page);
         if (page->mp_pgno != (pgno_t)i || page->mp_flags != P_META || metas[i]->mm_magic != MDB_MAGIC ||
-            metas[i]->mm_version != MDB_DATA_VERSION) {
-            return MDB_INVALID;
+            metas[i]->mm_version != MDB_DATA_VERSION || metas[i]->mm_psize != KV_PAGE_BYTES) {
+            return MDB_INVALID; /* LMDB believes the page size of either */
         }
     }
     state_of(metas[metas[0]->mm_txnid < metas[1]->mm_txnid], state);

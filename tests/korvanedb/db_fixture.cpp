@@ -5,18 +5,6 @@
 
 namespace {
 
-// The object store of this program lies in a folder of its own.
-class CObjectStoreFolder : public testing::Environment
-{
-public:
-    CObjectStoreFolder() { ::SetEnvironmentVariableW(L"KORVANE_OBJECTSTORE", m_folder.Path().c_str()); }
-
-private:
-    CTempFolder m_folder;
-};
-
-testing::Environment* const g_pObjectStore = testing::AddGlobalTestEnvironment(new CObjectStoreFolder);
-
 CEPROPVAL Prop(CEPROPID propid)
 {
     CEPROPVAL prop = {};
@@ -86,18 +74,36 @@ std::string Describe(const _variant_t& value)
 {
     char sz[64];
     switch (V_VT(&value)) {
-    case VT_EMPTY: return "EMPTY";
-    case VT_NULL: return "NULL";
-    case VT_I2: std::snprintf(sz, sizeof sz, "I2:%d", V_I2(&value)); return sz;
-    case VT_UI2: std::snprintf(sz, sizeof sz, "UI2:%u", V_UI2(&value)); return sz;
-    case VT_I4: std::snprintf(sz, sizeof sz, "I4:%ld", V_I4(&value)); return sz;
-    case VT_UI4: std::snprintf(sz, sizeof sz, "UI4:%lu", V_UI4(&value)); return sz;
-    case VT_R8: std::snprintf(sz, sizeof sz, "R8:%.17g", V_R8(&value)); return sz;
-    case VT_BOOL: std::snprintf(sz, sizeof sz, "BOOL:%d", V_BOOL(&value)); return sz;
-    case VT_DATE: std::snprintf(sz, sizeof sz, "DATE:%.17g", V_DATE(&value)); return sz;
+    case VT_EMPTY:
+        return "EMPTY";
+    case VT_NULL:
+        return "NULL";
+    case VT_I2:
+        std::snprintf(sz, sizeof sz, "I2:%d", V_I2(&value));
+        return sz;
+    case VT_UI2:
+        std::snprintf(sz, sizeof sz, "UI2:%u", V_UI2(&value));
+        return sz;
+    case VT_I4:
+        std::snprintf(sz, sizeof sz, "I4:%ld", V_I4(&value));
+        return sz;
+    case VT_UI4:
+        std::snprintf(sz, sizeof sz, "UI4:%lu", V_UI4(&value));
+        return sz;
+    case VT_R8:
+        std::snprintf(sz, sizeof sz, "R8:%.17g", V_R8(&value));
+        return sz;
+    case VT_BOOL:
+        std::snprintf(sz, sizeof sz, "BOOL:%d", V_BOOL(&value));
+        return sz;
+    case VT_DATE:
+        std::snprintf(sz, sizeof sz, "DATE:%.17g", V_DATE(&value));
+        return sz;
     case VT_BSTR:
         return "BSTR:" + Narrow(V_BSTR(&value) ? std::wstring(V_BSTR(&value), ::SysStringLen(V_BSTR(&value))) : L"");
-    default: std::snprintf(sz, sizeof sz, "type %d", V_VT(&value)); return sz;
+    default:
+        std::snprintf(sz, sizeof sz, "type %d", V_VT(&value));
+        return sz;
     }
 }
 
@@ -156,8 +162,8 @@ void CVolume::CatalogueField(CEOID oidDatabase, const wchar_t* pszName, CEPROPID
 
 void CVolume::CatalogueIndex(CEOID oidDatabase, const wchar_t* pszName, CEPROPID propid, long lFlags)
 {
-    Add(m_oidIndexes, {I4(0x00000003, oidDatabase), Text(0x0001001F, pszName), I4(0x00020003, propid),
-                       I4(0x00030003, lFlags)});
+    Add(m_oidIndexes,
+        {I4(0x00000003, oidDatabase), Text(0x0001001F, pszName), I4(0x00020003, propid), I4(0x00030003, lFlags)});
 }
 
 CItemsVolume::CItemsVolume(const std::wstring& path) : CVolume(path)
@@ -182,8 +188,8 @@ CItemsVolume::CItemsVolume(const std::wstring& path) : CVolume(path)
 std::list<KorvaneDB::CTableDefinition> ItemsDefinition()
 {
     const std::list<KorvaneDB::CFieldDefinition> fields = {
-        {L"Id", CEVT_I4},   {L"Name", CEVT_LPWSTR}, {L"Small", CEVT_I2},  {L"USmall", CEVT_UI2},
-        {L"ULong", CEVT_UI4}, {L"Real", CEVT_R8},   {L"Flag", CEVT_BOOL}, {L"When", CEVT_FILETIME}};
+        {L"Id", CEVT_I4},     {L"Name", CEVT_LPWSTR}, {L"Small", CEVT_I2},  {L"USmall", CEVT_UI2},
+        {L"ULong", CEVT_UI4}, {L"Real", CEVT_R8},     {L"Flag", CEVT_BOOL}, {L"When", CEVT_FILETIME}};
     const std::list<KorvaneDB::CIndexDefinition> indexes = {
         {L"ById", {kId, 0}}, {L"ByName", {kName, 0}}, {L"BySmall", {kSmall, CEDB_SORT_DESCENDING}}};
     return {{L"Items", {fields, indexes}}};
@@ -191,7 +197,6 @@ std::list<KorvaneDB::CTableDefinition> ItemsDefinition()
 
 CDbTest::CDbTest() : m_logPath(AnsiPath(m_folder.File(L"trace.log")))
 {
-    (void)g_pObjectStore;
     gErrHRESULT = 0;
     m_pWriter = theLogStream = new CStreamWriter(m_logPath.c_str());
 }

@@ -101,7 +101,6 @@ public:
     using CConnection::FillIndexes;
     using CConnection::FillTables;
     using CConnection::Initialize;
-    using CConnection::ReleaseSystemTables;
     using CConnection::m_bOpen;
     using CConnection::m_guid;
     using CConnection::m_hHeap;
@@ -109,6 +108,7 @@ public:
     using CConnection::m_slots;
     using CConnection::m_sName;
     using CConnection::m_tables;
+    using CConnection::ReleaseSystemTables;
 };
 // A copy of a row, so it shares what the row has.
 class COpenRow : public CRow
@@ -131,10 +131,10 @@ protected:
     // The log's whole text, with what each line feed became left as it is on disk.
     std::string Log() const;
 
-    // Runs what raises, and expects it to return the code. The diagnostic build also expects the last raise in the log to
-    // be of that source, line, code and message.
-    template <class Call> void ExpectRaise(const char* pszSource, unsigned long ulLine, long lCode,
-                                           const char* pszMessage, Call call)
+    // Runs what raises, and expects it to return the code. The diagnostic build also expects the last raise in the log
+    // to be of that source, line, code and message.
+    template <class Call>
+    void ExpectRaise(const char* pszSource, unsigned long ulLine, long lCode, const char* pszMessage, Call call)
     {
         const size_t cbBefore = Log().size();
         const long hr = call();

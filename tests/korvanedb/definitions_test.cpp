@@ -52,7 +52,8 @@ protected:
     DefinitionsTest() : m_volume(m_folder.File(L"def.vol")) {}
     static bool HasDisplay()
     {
-        const HWND hWindow = ::CreateWindowW(L"Static", L"probe", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+        const HWND hWindow =
+            ::CreateWindowW(L"Static", L"probe", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
         if (hWindow) ::DestroyWindow(hWindow);
         return hWindow != nullptr;
     }

@@ -190,8 +190,7 @@ TEST_F(IndexTest, SeekWithAValueOfAnotherTypeRaisesAndMovesNothing)
         unsigned long ulLine;
     } kCases[] = {{VT_I2, 150}, {VT_UI2, 162}, {VT_R8, 174}, {VT_BOOL, 128}, {VT_DATE, 134}, {VT_BSTR, 180}};
     for (const auto& c : kCases)
-        EXPECT_ROW_RAISE(c.ulLine, E_FAIL, "Incompatible types found",
-                         m_row->Seek(SeekValueFirstEqual, OfType(c.vt)));
+        EXPECT_ROW_RAISE(c.ulLine, E_FAIL, "Incompatible types found", m_row->Seek(SeekValueFirstEqual, OfType(c.vt)));
     for (const VARTYPE vt : {VT_EMPTY, VT_CY, VT_DISPATCH, VT_I8})
         EXPECT_ROW_RAISE(185, E_FAIL, "Unsupported data type",
                          m_row->Seek(SeekValueFirstEqual, OfType(static_cast<VARTYPE>(vt))));

@@ -1,4 +1,5 @@
-// Who deletes whom: connections on the stack, copies of rows, assignment to oneself, rows that outlive their connection.
+// Who deletes whom: connections on the stack, copies of rows, assignment to oneself, rows that outlive their
+// connection.
 #include "db_fixture.h"
 
 using namespace KorvaneDB;

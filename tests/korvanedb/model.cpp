@@ -44,16 +44,25 @@ const CModelRecord* CModel::Last() const
     return pFound;
 }
 
+bool CModel::ChangedUnderTheHandle(CEOID oidRecord)
+{
+    return m_place == OnRecord && m_current.oid == oidRecord && !(m_current.fields == Find(oidRecord)->fields);
+}
+
+// Another row may have changed the current record.
+void CModel::LookAtCurrent()
+{
+    if (m_place == OnRecord) m_current = *Find(m_current.oid);
+}
+
 // The record that one step from the handle's place reaches.
-const CModelRecord* CModel::Neighbour(bool bNext) const
+const CModelRecord* CModel::Neighbour(bool bNext)
 {
     if (m_place == AtEnd) return bNext ? nullptr : Last();
-    CModelRecord from = m_current;
-    for (const CModelRecord& record : records)
-        if (m_place == OnRecord && record.oid == m_current.oid) from = record; // its key may have changed
+    LookAtCurrent();
     const CModelRecord* pFound = nullptr;
     for (const CModelRecord& record : records) {
-        const int nSide = Compare(record, from);
+        const int nSide = Compare(record, m_current);
         if (bNext ? nSide <= 0 : nSide >= 0) continue;
         const int nBest = pFound ? Compare(record, *pFound) : 0;
         if (!pFound || (bNext ? nBest < 0 : nBest > 0)) pFound = &record;
@@ -131,6 +140,12 @@ long CModel::Seek(SeekEnum type, const CModelValue& value)
 {
     if (nIndex == kNoIndex) return E_FAIL;
     if ((value.kind == CModelValue::String) != (nIndex == 1)) return E_FAIL;
+    if (nIndex != m_nOrder) {
+        // A SetIndex that failed at the bookmark: the store refuses a value that is not of the handle's order.
+        oid = 0;
+        bEof = 1;
+        return 1;
+    }
     const CModelRecord* pFound = nullptr;
     if (type == SeekValueNextEqual) {
         pFound = Neighbour(true);
@@ -159,16 +174,14 @@ long CModel::SetBookmark(CEOID oidWanted)
 long CModel::Delete()
 {
     if (!oid || !Find(oid)) return E_FAIL;
+    LookAtCurrent();
     DeleteOther(oid);
     return MoveNext();
 }
 
 void CModel::DeleteOther(CEOID oidGone)
 {
-    if (m_place == OnRecord && m_current.oid == oidGone) {
-        m_current = *Find(oidGone);
-        m_place = Gap;
-    }
+    if (m_place == OnRecord && m_current.oid == oidGone) m_place = Gap;
     records.erase(records.begin() + (Find(oidGone) - records.data()));
 }
 

@@ -14,7 +14,12 @@
 // A field's value: nothing, a number (Id, Small) or a text (Name).
 struct CModelValue
 {
-    enum EKind { None, Number, String } kind = None;
+    enum EKind
+    {
+        None,
+        Number,
+        String
+    } kind = None;
     long lNumber = 0;
     std::wstring text;
     bool operator==(const CModelValue& other) const
@@ -58,21 +63,29 @@ public:
     long Write(CEOID oidNew);
     // Another row's changes of records.
     void DeleteOther(CEOID oidGone);
+    // The handle stands on the record, which another row has changed since the handle moved there.
+    bool ChangedUnderTheHandle(CEOID oidRecord);
 
 private:
-    enum EPlace { OnRecord, Gap, AtEnd };
+    enum EPlace
+    {
+        OnRecord,
+        Gap,
+        AtEnd
+    };
     // The record's place in the order of the handle: a negative result is before, 0 the same record.
     int Compare(const CModelRecord& left, const CModelRecord& right) const;
     int CompareKey(const CModelValue& left, const CModelValue& right) const;
     const CModelRecord* First() const;
     const CModelRecord* Last() const;
-    const CModelRecord* Neighbour(bool bNext) const;
+    void LookAtCurrent();
+    const CModelRecord* Neighbour(bool bNext);
     bool MoveTo(const CModelRecord* pRecord, bool bEndIfNone);
     const CModelValue& Key(const CModelRecord& record) const { return record.fields[m_nOrder]; }
 
     int m_nOrder = kNoIndex; // order of the handle; the row's own index can lag behind after a failed SetIndex
     EPlace m_place = AtEnd;
-    CModelRecord m_current = {}; // record (or the deleted one before the gap) of the handle
+    CModelRecord m_current = {}; // record of the handle, or the deleted one in front of the gap, as last seen
 };
 
 #endif

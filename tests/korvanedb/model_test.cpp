@@ -39,15 +39,19 @@ protected:
     static _variant_t Variant(const CModelValue& value, int nField)
     {
         switch (value.kind) {
-        case CModelValue::None: return Null();
-        case CModelValue::String: return Bstr(value.text.c_str());
-        default: return nField == 2 ? _variant_t(static_cast<short>(value.lNumber)) : _variant_t(value.lNumber);
+        case CModelValue::None:
+            return Null();
+        case CModelValue::String:
+            return Bstr(value.text.c_str());
+        default:
+            return nField == 2 ? _variant_t(static_cast<short>(value.lNumber)) : _variant_t(value.lNumber);
         }
     }
 
     CEOID RandomOid()
     {
-        if (Random(8) == 0 || m_model.records.empty()) return m_oidsGone.empty() ? 0 : m_oidsGone[Random(m_oidsGone.size())];
+        if (Random(8) == 0 || m_model.records.empty())
+            return m_oidsGone.empty() ? 0 : m_oidsGone[Random(m_oidsGone.size())];
         return m_model.records[Random(static_cast<int>(m_model.records.size()))].oid;
     }
 
@@ -83,7 +87,8 @@ protected:
             m_model.Find(oid)->fields = fields;
             break;
         default:
-            if (m_model.records.size() < 2) break;
+            // Which gap a record leaves that was first changed and then deleted behind a handle is nobody's promise.
+            if (m_model.records.size() < 2 || m_model.ChangedUnderTheHandle(oid)) break;
             m_strStep += " delete";
             ASSERT_EQ(0, m_other->setBookmark(oid));
             ASSERT_EQ(0, m_other->Delete());
@@ -111,13 +116,32 @@ protected:
             EXPECT_EQ(0, SetRandomValues(*m_row, m_model.values));
             WriteBoth(lModel, lRow);
             break;
-        case 0: lModel = m_model.MoveFirst(), lRow = m_row->MoveFirst(); break;
-        case 1: case 2: case 3: lModel = m_model.MoveNext(), lRow = m_row->MoveNext(); break;
-        case 4: case 5: lModel = m_model.MovePrev(), lRow = m_row->MovePrev(); break;
-        case 6: lModel = m_model.MoveLast(), lRow = m_row->MoveLast(); break;
-        case 7: case 8: lModel = m_model.Read(), lRow = m_row->ReadFromDB(); break;
-        case 9: EXPECT_EQ(0, SetRandomValues(*m_row, m_model.values)); break;
-        case 10: case 11: WriteBoth(lModel, lRow); break;
+        case 0:
+            lModel = m_model.MoveFirst(), lRow = m_row->MoveFirst();
+            break;
+        case 1:
+        case 2:
+        case 3:
+            lModel = m_model.MoveNext(), lRow = m_row->MoveNext();
+            break;
+        case 4:
+        case 5:
+            lModel = m_model.MovePrev(), lRow = m_row->MovePrev();
+            break;
+        case 6:
+            lModel = m_model.MoveLast(), lRow = m_row->MoveLast();
+            break;
+        case 7:
+        case 8:
+            lModel = m_model.Read(), lRow = m_row->ReadFromDB();
+            break;
+        case 9:
+            EXPECT_EQ(0, SetRandomValues(*m_row, m_model.values));
+            break;
+        case 10:
+        case 11:
+            WriteBoth(lModel, lRow);
+            break;
         case 12:
             lRow = m_row->AddNew();
             m_model.oid = 0;
@@ -143,13 +167,15 @@ protected:
             }
             break;
         }
-        case 15: case 16: {
+        case 15:
+        case 16: {
             static constexpr SeekEnum kTypes[] = {SeekValueFirstEqual, SeekValueNextEqual, SeekValueSmaller,
                                                   SeekValueGreater};
             const SeekEnum type = kTypes[Random(4)];
             const int nField = Random(10) == 0 || m_model.nIndex < 0 ? 1 : m_model.nIndex;
             const CModelValue value = RandomValue(nField);
-            m_strStep += " type " + std::to_string(type);
+            m_strStep += " type " + std::to_string(type) + ", index " + std::to_string(m_model.nIndex) + ", value " +
+                         Describe(Variant(value, nField)).substr(0, 12);
             lModel = m_model.Seek(type, value), lRow = m_row->Seek(type, Variant(value, nField));
             break;
         }
@@ -168,7 +194,8 @@ protected:
             lRow = m_row->SetFilter(filter);
             break;
         }
-        default: ChangeThroughTheOtherRow();
+        default:
+            ChangeThroughTheOtherRow();
         }
         EXPECT_EQ(lModel, lRow);
     }

@@ -23,8 +23,8 @@ protected:
     }
 };
 
-constexpr WORD kTypes[] = {CEVT_I2,  CEVT_I4,     CEVT_R8,       CEVT_BOOL, CEVT_UI2,
-                           CEVT_UI4, CEVT_LPWSTR, CEVT_FILETIME, CEVT_BLOB, 0, 1, 7, 0xFFFF};
+constexpr WORD kTypes[] = {CEVT_I2,       CEVT_I4,   CEVT_R8, CEVT_BOOL, CEVT_UI2, CEVT_UI4, CEVT_LPWSTR,
+                           CEVT_FILETIME, CEVT_BLOB, 0,       1,         7,        0xFFFF};
 
 TEST_F(PropvalTest, EachPairOfTypesEitherFitsOrRaisesAtItsLine)
 {
@@ -34,10 +34,14 @@ TEST_F(PropvalTest, EachPairOfTypesEitherFitsOrRaisesAtItsLine)
         WORD wFits, wFitsToo;
         unsigned long ulLine;
     } kRows[] = {
-        {VT_I2, CEVT_I2, CEVT_UI2, 150},       {VT_UI2, CEVT_I2, CEVT_UI2, 162},
-        {VT_I4, CEVT_I4, CEVT_UI4, 156},       {VT_UI4, CEVT_I4, CEVT_UI4, 168},
-        {VT_R8, CEVT_R8, CEVT_R8, 174},        {VT_BOOL, CEVT_BOOL, CEVT_BOOL, 128},
-        {VT_DATE, CEVT_FILETIME, CEVT_FILETIME, 134}, {VT_BSTR, CEVT_LPWSTR, CEVT_LPWSTR, 180},
+        {VT_I2, CEVT_I2, CEVT_UI2, 150},
+        {VT_UI2, CEVT_I2, CEVT_UI2, 162},
+        {VT_I4, CEVT_I4, CEVT_UI4, 156},
+        {VT_UI4, CEVT_I4, CEVT_UI4, 168},
+        {VT_R8, CEVT_R8, CEVT_R8, 174},
+        {VT_BOOL, CEVT_BOOL, CEVT_BOOL, 128},
+        {VT_DATE, CEVT_FILETIME, CEVT_FILETIME, 134},
+        {VT_BSTR, CEVT_LPWSTR, CEVT_LPWSTR, 180},
     };
     for (const auto& row : kRows)
         for (const WORD wType : kTypes) {
@@ -139,8 +143,8 @@ TEST_F(PropvalTest, ADateBecomesItsFileTimeWithoutTimeZone)
     {
         double dDate;
         WORD y, m, d, h, min, s;
-    } kCases[] = {{0.0, 1899, 12, 30, 0, 0, 0},      {1.5, 1899, 12, 31, 12, 0, 0},
-                  {37988.0, 2004, 1, 2, 0, 0, 0},    {38051.588298611112, 2004, 3, 5, 14, 7, 9},
+    } kCases[] = {{0.0, 1899, 12, 30, 0, 0, 0},       {1.5, 1899, 12, 31, 12, 0, 0},
+                  {37988.0, 2004, 1, 2, 0, 0, 0},     {38051.588298611112, 2004, 3, 5, 14, 7, 9},
                   {2958465.0, 9999, 12, 31, 0, 0, 0}, {-109205.0, 1601, 1, 1, 0, 0, 0},
                   {-1.25, 1899, 12, 29, 6, 0, 0}};
     for (const auto& c : kCases) {

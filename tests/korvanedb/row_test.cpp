@@ -4,10 +4,7 @@
 class RowTest : public CItemsTest
 {
 protected:
-    void AddThree()
-    {
-        m_oids = {AddItem(10), AddItem(20), AddItem(30)};
-    }
+    void AddThree() { m_oids = {AddItem(10), AddItem(20), AddItem(30)}; }
     std::vector<CEOID> m_oids;
 };
 

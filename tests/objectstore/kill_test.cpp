@@ -6,7 +6,9 @@
 #include "child.h"
 #include "support.h"
 
+#include <deque>
 #include <map>
+#include <memory>
 #include <random>
 
 namespace {
@@ -72,10 +74,12 @@ int RunWriter(const CArguments& arguments)
 {
     const HANDLE hMap = ::OpenFileMappingW(FILE_MAP_WRITE, FALSE, arguments.at(1).c_str());
     CProgress* pProgress = static_cast<CProgress*>(::MapViewOfFile(hMap, FILE_MAP_WRITE, 0, 0, sizeof(CProgress)));
+    std::string strGo;
+    if (!Hear(strGo)) return 0;
     CEGUID guid = MountVolume(arguments.at(0), OPEN_EXISTING);
     CEOID oidDatabase = 0;
     const CDb db(::CeOpenDatabaseEx(&guid, &oidDatabase, const_cast<LPWSTR>(L"killed"), kSlot, 0, nullptr));
-    const bool bFlush = arguments.at(2) == L"flush";
+    const bool bFlush = strGo == "flush";
     Say("started");
     for (DWORD i = pProgress->dwDone;; ++i) {
         if (!Perform(db, i)) break;
@@ -153,6 +157,7 @@ protected:
 TEST_F(KillTest, NoAcknowledgedWriteIsLostInTwoHundredKills)
 {
     std::mt19937 random(200);
+    std::deque<std::unique_ptr<CChild>> writers; // the next ones start up while this one is judged
     for (int i = 0; i < kKills; ++i) {
         SCOPED_TRACE("kill " + std::to_string(i));
         // In half of the rounds this process has the volume mounted too and takes over what the dead one held.
@@ -161,14 +166,16 @@ TEST_F(KillTest, NoAcknowledgedWriteIsLostInTwoHundredKills)
             ASSERT_WORKS(::CeUnmountDBVol(&m_guid));
             m_guid = InvalidGuid();
         }
-        {
-            CChild writer(L"writer", {m_strPath, m_strMap, i % 4 < 2 ? L"flush" : L"plain"});
-            ASSERT_EQ("started", writer.ReadLine());
-            // The random moment; the writer never ends by itself.
-            ASSERT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), ::WaitForSingleObject(writer.Process(), 1 + random() % 30))
-                << writer.ReadLine();
-            writer.Kill();
-        }
+        while (writers.size() < 3)
+            writers.push_back(std::make_unique<CChild>(L"writer", CArguments{m_strPath, m_strMap}));
+        CChild& writer = *writers.front();
+        writer.Send(i % 4 < 2 ? "flush" : "plain");
+        ASSERT_EQ("started", writer.ReadLine());
+        // The random moment; the writer never ends by itself.
+        ASSERT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), ::WaitForSingleObject(writer.Process(), 1 + random() % 30))
+            << writer.ReadLine();
+        writer.Kill();
+        writers.pop_front();
         if (!bMountedHere) m_guid = MountVolume(m_strPath, OPEN_EXISTING);
         ASSERT_FALSE(IsInvalidGuid(m_guid));
         ASSERT_NO_FATAL_FAILURE(Verify());

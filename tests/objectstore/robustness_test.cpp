@@ -172,7 +172,7 @@ int RunMutations(const CArguments& arguments)
     for (unsigned i = _wtoi(arguments.at(2).c_str()); i < kMutations; ++i) {
         Say("case " + std::to_string(i));
         WriteWholeFile(arguments.at(1), Mutate(image, i));
-        if (!UseVolume(arguments.at(1), i % 2)) Say("endless");
+        if (!UseVolume(arguments.at(1), i % 5 == 0)) Say("endless");
     }
     Say("done");
     return 0;
@@ -213,8 +213,8 @@ protected:
         const CEOID small = MakeDatabase(m_guid, L"small", {Order({{kNumber}})});
         const CEOID big = MakeDatabase(
             m_guid, L"big", {Order({{kNumber, CEDB_SORT_DESCENDING}}), Order({{kName, CEDB_SORT_CASEINSENSITIVE}})});
-        Fill(small, 20);
-        Fill(big, 160);
+        Fill(small, 12);
+        Fill(big, 80);
         ASSERT_WORKS(::CeUnmountDBVol(&m_guid));
         m_guid = InvalidGuid();
     }
