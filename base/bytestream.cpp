@@ -19,6 +19,44 @@ bool Overlap(const void* first, size_t firstBytes, const void* second, size_t se
     return a < b + secondBytes && b < a + firstBytes;
 }
 
+constexpr size_t kBlock = 8; // units, which compilers copy and compare at once
+
+// Copies texts of a usual length without a call of the C library, which takes as long as the copying.
+inline void CopyUnits(void* target, const void* source, size_t units)
+{
+    constexpr size_t kUsual = 64;
+    auto* const to = static_cast<unsigned char*>(target);
+    auto* const from = static_cast<const unsigned char*>(source);
+    if (units < kBlock || units > kUsual) {
+        std::memcpy(to, from, 2 * units);
+        return;
+    }
+    const size_t last = units - kBlock;
+    for (size_t done = 0; done < last; done += kBlock) std::memcpy(to + 2 * done, from + 2 * done, 2 * kBlock);
+    std::memcpy(to + 2 * last, from + 2 * last, 2 * kBlock);
+}
+
+inline bool HasZero(const wchar_t* block)
+{
+    unsigned short zeros = 0;
+    for (size_t i = 0; i < kBlock; ++i) zeros |= block[i] == 0 ? 0xFFFF : 0;
+    return zeros != 0;
+}
+
+// Copies a text of `units` as far as its first zero; returns the units copied. Nothing is written behind them.
+inline size_t CopyUntilZero(unsigned char* place, const wchar_t* text, size_t units)
+{
+    size_t done = 0;
+    while (done + kBlock <= units && !HasZero(text + done)) {
+        std::memcpy(place + 2 * done, text + done, 2 * kBlock);
+        done += kBlock;
+        // What is left is less than a block: the last one begins within what is already copied.
+        if (done < units && done + kBlock > units) done = units - kBlock;
+    }
+    for (; done < units && text[done] != 0; ++done) std::memcpy(place + 2 * done, text + done, sizeof *text);
+    return done;
+}
+
 } // namespace
 
 CByteOutputStream::CByteOutputStream(unsigned char* buffer, unsigned long capacity)
@@ -91,7 +129,7 @@ template <class T> inline bool CByteOutputStream::Put(T value)
 
 // Takes room for a text of `units` and writes their number; returns where the units go. A text that lies in the block
 // itself goes byte by byte, as it changes while it is being written.
-unsigned char* CByteOutputStream::TakeText(size_t units, const void* text, size_t textBytes)
+inline unsigned char* CByteOutputStream::TakeText(size_t units, const void* text, size_t textBytes)
 {
     const unsigned long count = static_cast<unsigned long>(units);
     if (count > m_cbCapacity / 2 || Overlap(text, textBytes, m_pBuffer, m_cbCapacity)) return nullptr;
@@ -124,7 +162,16 @@ COutputStream& CByteOutputStream::operator<<(double value)
 
 COutputStream& CByteOutputStream::operator<<(const CString& value)
 {
-    return COutputStream::operator<<(value);
+    const unsigned long length = value.GetLength();
+    unsigned char* const place = TakeText(length, value, length * sizeof(wchar_t));
+    if (place == nullptr) return COutputStream::operator<<(value);
+    const unsigned long units = CopyUntilZero(place, value, length);
+    if (units != length) {
+        // The text has a zero in it and ends there.
+        std::memcpy(place - sizeof units, &units, sizeof units);
+        m_cbPosition -= 2 * (length - units);
+    }
+    return *this;
 }
 
 COutputStream& CByteOutputStream::operator<<(const wchar_t* text)
@@ -133,7 +180,7 @@ COutputStream& CByteOutputStream::operator<<(const wchar_t* text)
     const size_t units = std::wcslen(text);
     unsigned char* const place = TakeText(units, text, units * sizeof *text);
     if (place == nullptr) return COutputStream::operator<<(text);
-    std::memcpy(place, text, units * sizeof *text);
+    CopyUnits(place, text, units);
     return *this;
 }
 
@@ -265,7 +312,7 @@ CInputStream& CByteInputStream::operator>>(CString& value)
 {
     if (!IsPlain()) return CInputStream::operator>>(value);
     unsigned long count = 0;
-    CByteInputStream::operator>>(count);
+    if (!Get(count)) CInputStream::operator>>(count);
     if (m_lError == STREAM_E_EOF) return *this;
     if (static_cast<long>(count) <= 0) {
         value.Empty();
@@ -278,15 +325,14 @@ CInputStream& CByteInputStream::operator>>(CString& value)
     // The old text's buffer will do when it is large enough and not so large that a short text would hold on to much.
     constexpr int kSpare = 64;
     if (value.GetAllocLength() < length || value.GetAllocLength() - length > kSpare) value.Empty();
-    wchar_t* const text = value.GetBuffer(length);
-    std::memcpy(text, m_pData + m_cbPosition, there * 2);
+    wchar_t* const text = value.GetBufferSetLength(length);
+    CopyUnits(text, m_pData + m_cbPosition, there);
     m_cbPosition += there * 2;
     if (there < count) {
         unsigned short cut = 0;
         CByteInputStream::operator>>(cut);
         text[there] = cut;
     }
-    value.ReleaseBuffer(length);
     return *this;
 }
 

@@ -5,8 +5,7 @@
 //
 // Ownership  texts are copied; nothing is kept.
 // Threads    any; there is no state.
-// Errors     only getRelPath can fail, and says so with 0. A component longer than 255 characters is cut without a
-// word.
+// Errors     only getRelPath can fail, and says so with 0. Components longer than 255 characters are cut silently.
 //
 //     TCHAR drive[3], dir[256], name[256], ext[256];
 //     _tsplitpath(L"C:\\maps\\city.idx", drive, dir, name, ext); // "C:", "\maps\", "city", ".idx"

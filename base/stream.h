@@ -126,8 +126,9 @@ public:
 
     // Each returns the stream. Types and sizes are those that COutputStream writes.
     //
-    // A variant with tag 0 or 1 only sets the target's type field. A supported tag replaces the target by a value of
-    // that type. Any other tag sets the error code 0x80020008 (also over STREAM_E_EOF) and leaves the target untouched.
+    // A variant with tag 0 or 1 only sets the target's type field: clear a target that holds a text first. A supported
+    // tag replaces the target by a value of that type. Any other tag sets the error code 0x80020008 (also over
+    // STREAM_E_EOF) and leaves the target untouched.
     virtual CInputStream& operator>>(_variant_t& value);
     virtual CInputStream& operator>>(float& value);
     virtual CInputStream& operator>>(double& value);

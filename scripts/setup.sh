@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 
 # What each package is for stands in the README under "Dependencies".
 packages=(wine wine32:i386 gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix cmake ninja-build
-          xvfb xauth googletest libcli11-dev nlohmann-json3-dev iso-codes dpkg-dev ca-certificates "$@")
+          xvfb xauth imagemagick googletest libcli11-dev nlohmann-json3-dev iso-codes dpkg-dev ca-certificates "$@")
 
 missing=()
 for package in "${packages[@]}"; do

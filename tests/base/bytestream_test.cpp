@@ -268,6 +268,19 @@ TEST(ByteStreamTest, AnArrayWhoseSizeIsCutShortStaysAsItIs)
     EXPECT_EQ(array.getSize(), 2u);
 }
 
+TEST(ByteStreamTest, AnArrayOnAStreamInErrorIsNotRead)
+{
+    unsigned char data[] = {6, 0, 1, 0, 0, 0, 9};
+    CByteInputStream in(data, sizeof data);
+    _variant_t unsupported;
+    in >> unsupported;
+    ASSERT_EQ(in.getError(), DISP_E_BADVARTYPE);
+    CSizedArray array;
+    ASSERT_EQ(array.init(2), 1);
+    EXPECT_EQ(in.readArray(array), 0);
+    EXPECT_EQ(array.getSize(), 2u);
+}
+
 TEST(ByteStreamTest, ACopySharesTheBlockAndGoesOnFromThere)
 {
     unsigned char block[8] = {};
@@ -412,6 +425,49 @@ TEST(ByteStreamTest, WritingAtOnceAndBytewiseAgreeOnBytesPositionAndError)
         }
         ASSERT_EQ(Hex(fast, sizeof fast), Hex(slow, sizeof slow));
     }
+}
+
+// Texts are copied in blocks; every length and every place of a zero is compared with going byte by byte.
+TEST(ByteStreamTest, TextsOfEveryLengthAreWrittenUpToTheirFirstZeroAndReadBack)
+{
+    for (int length = 0; length <= 70; ++length) {
+        for (int zero = 0; zero <= length; ++zero) {
+            SCOPED_TRACE(testing::Message() << length << " units, zero at " << zero);
+            CString text;
+            for (int i = 0; i < length; ++i) text += static_cast<wchar_t>(i == zero ? 0 : 0x100 * (i + 1));
+
+            unsigned char fast[160], slow[160];
+            std::memset(fast, 0xEE, sizeof fast);
+            std::memset(slow, 0xEE, sizeof slow);
+            CByteOutputStream plain(fast, sizeof fast);
+            CBytewiseOutput bytewise(slow, sizeof slow);
+            plain << text;
+            bytewise << text;
+            ASSERT_EQ(plain.getDataSize(), 4u + 2 * zero);
+            ASSERT_EQ(bytewise.getDataSize(), plain.getDataSize());
+            ASSERT_EQ(std::memcmp(fast, slow, sizeof fast), 0);
+
+            CByteInputStream in(fast, plain.getDataSize());
+            CString read = L"what was there before";
+            in >> read;
+            ASSERT_EQ(in.getError(), 0);
+            ASSERT_EQ(read.GetLength(), zero);
+            ASSERT_EQ(std::wmemcmp(read, text, zero + 1), 0);
+        }
+    }
+}
+
+// The text fits as far as its zero, but would not without it.
+TEST(ByteStreamTest, ATextWithAZeroInItNeedsRoomUpToTheZeroOnly)
+{
+    const CString text(L"abcdefghij\0klmnopqrst", 21);
+    unsigned char block[25];
+    std::memset(block, 0xEE, sizeof block);
+    CByteOutputStream out(block, 24);
+    out << text;
+    EXPECT_EQ(out.getError(), 0);
+    EXPECT_EQ(out.getDataSize(), 24u);
+    EXPECT_EQ(block[24], 0xEE);
 }
 
 // The sample in base/bytestream.h.

@@ -99,4 +99,25 @@ TEST_F(LibraryTest, ASecondInitLibReplacesTheRootsAndHeldOnesLiveOn)
     delete pSecond;
 }
 
+TEST(KorvaneLibHeaderTest, ABuildWithoutUnicodeIsRefusedWithASentence)
+{
+    EXPECT_EQ(0, KORVANE_NARROW_HOST_COMPILES);
+    EXPECT_EQ(1, KORVANE_NARROW_HOST_SENTENCE);
+}
+
+TEST_F(LibraryTest, WithoutMemoryThereIsNoWriterAndNothingIsReported)
+{
+    {
+        const CWithoutMemory without;
+        InitLib(m_name.c_str());
+    }
+    EXPECT_EQ(nullptr, theLogStream);
+    EXPECT_FALSE(CRegistryKey::HK_CURRENT_USER);
+    EXPECT_EQ(0, gErrHRESULT);
+    InitLib(m_name.c_str());
+    EXPECT_NE(nullptr, theLogStream);
+    EXPECT_TRUE(CRegistryKey::HK_CURRENT_USER);
+    delete theLogStream;
+}
+
 } // namespace

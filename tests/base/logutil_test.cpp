@@ -342,6 +342,18 @@ TEST(LogToDebuggerTest, NamesThatAreEmptyOrBlankOrCannotBeOpenedGoThere)
     }
 }
 
+TEST(LogToDebuggerTest, WithoutMemoryForItsFileAWriterGoesThereAndTheFileIsClosed)
+{
+    CTempFolder folder;
+    const std::wstring path = folder.File(L"log.txt");
+    const CWithoutMemory without;
+    CDebugOutput output;
+    CStreamWriter writer(ToNarrow(path).c_str());
+    writer << "text";
+    EXPECT_EQ(Texts{L"text"}, output.Texts());
+    EXPECT_TRUE(::DeleteFileW(path.c_str()));
+}
+
 TEST(LogToDebuggerTest, EachWriteIsOneMessageWithTheExpansions)
 {
     CDebugOutput output;

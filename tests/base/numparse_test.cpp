@@ -11,6 +11,8 @@
 // A host that includes the C library's names as well still gets the library's.
 #include <tchar.h>
 
+#include "library_names.h"
+
 namespace {
 
 struct CParsed
@@ -77,6 +79,12 @@ std::wstring Digits(int count, wchar_t digit = L'7')
 }
 
 } // namespace
+
+// path_test.cpp has the two headers in the other order.
+TEST(NumparseTest, TheLibrarysNamesWinWhenTheCLibrarysComeLast)
+{
+    ExpectTheLibrarysNames();
+}
 
 TEST(NumparseTest, ANumberIsReadAndTtodAnswersEmptyForIt)
 {

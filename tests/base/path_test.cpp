@@ -3,6 +3,8 @@
 
 #include "korvanelib.h"
 
+#include "library_names.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -124,11 +126,15 @@ TEST(PathTest, ComponentsAreCutAt255Characters)
     }
 }
 
-TEST(PathTest, TheLibrarysNameWinsOverTheOneOfTheCLibraryWhichStaysUnderItsOwn)
+// numparse_test.cpp has the two headers in the other order.
+TEST(PathTest, TheLibrarysNamesWinWhenTheCLibrarysComeFirst)
+{
+    ExpectTheLibrarysNames();
+}
+
+TEST(PathTest, TheCLibrarysFunctionStaysUnderItsOwnName)
 {
     TCHAR drive[3], dir[256], name[256], ext[256];
-    ::_tsplitpath(L"C:\\a\\b.c", drive, dir, name, ext);
-    EXPECT_STREQ(name, L"b");
     ::_wsplitpath(L"C:\\a\\b.c", drive, dir, name, ext);
     EXPECT_STREQ(name, L"b");
 }
@@ -177,6 +183,7 @@ TEST(PathTest, ARelativePathIsBuiltUpAgain)
     EXPECT_EQ(Full(L"C:\\a\\b\\f.txt", L"..\\g.txt"), L"C:\\a\\g.txt");
     EXPECT_EQ(Full(L"f.txt", L"g.txt"), L"g.txt");
     EXPECT_EQ(Full(L"\\a\\b\\f.txt", L""), L"\\a\\b\\");
+    EXPECT_EQ(Full(L" :\\a\\f", L"g"), L" :\\a\\g") << "a drive is only trimmed to be looked at";
 }
 
 TEST(PathTest, AnAbsolutePathIsReturnedAsItIs)
@@ -185,6 +192,7 @@ TEST(PathTest, AnAbsolutePathIsReturnedAsItIs)
     EXPECT_EQ(Full(L"\\a\\b\\f.txt", L"D:y.txt"), L"D:y.txt");
     EXPECT_EQ(Full(L"C:\\a\\b\\f.txt", L"C:\\..\\y.txt"), L"C:\\..\\y.txt");
     EXPECT_EQ(Full(L"\\a\\f", L" \\x\\y"), L" \\x\\y");
+    EXPECT_EQ(Full(L"\\a\\f", L" :y"), L" :y");
 }
 
 TEST(PathTest, OnlyLeadingDoubleDotsGoUp)

@@ -39,11 +39,17 @@ TEST(PocketTimeTest, EachConstructorIsThatOfTheFramework)
     ASSERT_TRUE(::SystemTimeToFileTime(&system, &file));
     EXPECT_EQ(CPocketPCTime(file, -1).GetTime(), CTime(file).GetTime());
     EXPECT_EQ(CPocketPCTime(kMarch).GetTime(), kMarch.GetTime());
+    for (int nDST : {-1, 0, 1}) {
+        EXPECT_EQ(CPocketPCTime(2004, 7, 5, 14, 7, 9, nDST).GetTime(), CTime(2004, 7, 5, 14, 7, 9, nDST).GetTime());
+        EXPECT_EQ(CPocketPCTime(date, time, nDST).GetTime(), CTime(date, time, nDST).GetTime());
+        EXPECT_EQ(CPocketPCTime(system, nDST).GetTime(), CTime(system, nDST).GetTime());
+        EXPECT_EQ(CPocketPCTime(file, nDST).GetTime(), CTime(file, nDST).GetTime());
+    }
 }
 
 TEST(PocketTimeTest, AssignmentCopiesTheValueAndReturnsTheObject)
 {
-    CPocketPCTime time(0ul);
+    CPocketPCTime time;
     EXPECT_EQ(&(time = kMarch), &time);
     EXPECT_EQ(time.GetTime(), kMarch.GetTime());
     EXPECT_EQ(&(time = CTime(5)), &time);

@@ -7,11 +7,14 @@
 
 namespace {
 
-// The clock of the library while a ScopeTracerTest runs.
+// The clock of the library while a ScopeTracerTest runs, and what was in the log when it was last asked.
 SYSTEMTIME s_now = {};
+CLogToFile* s_pLog = nullptr;
+std::string s_logWhenAsked;
 void WINAPI FakeLocalTime(SYSTEMTIME* pTime)
 {
     *pTime = s_now;
+    s_logWhenAsked = s_pLog->Bytes();
 }
 
 void SetClock(WORD wSecond, WORD wMilliseconds)
@@ -23,7 +26,12 @@ void SetClock(WORD wSecond, WORD wMilliseconds)
 class ScopeTracerTest : public testing::Test
 {
 protected:
-    ScopeTracerTest() { SetClock(0, 0); }
+    ScopeTracerTest()
+    {
+        SetClock(0, 0);
+        s_pLog = &m_log;
+    }
+    ~ScopeTracerTest() override { s_pLog = nullptr; }
 
     CLogToFile m_log;
     CImportPatch m_clock{L"korvaneLib.dll", "GetLocalTime", &FakeLocalTime};
@@ -39,6 +47,16 @@ TEST_F(ScopeTracerTest, WritesEnteringAndLeaving)
         SetClock(3, 35);
     }
     EXPECT_EQ(OnDisk(kEntering + "\napp/view( 12 )  : Leaving Draw, elapsed time 3:35\n"), m_log.Bytes());
+}
+
+TEST_F(ScopeTracerTest, TheTimeStartsBehindTheEnteringLineAndEndsBeforeTheLeavingOne)
+{
+    {
+        ___iCAutoWriter tracer(L"app/view", L"Draw", 12);
+        EXPECT_EQ(OnDisk(kEntering), s_logWhenAsked);
+        m_log.Writer() << "work";
+    }
+    EXPECT_EQ(OnDisk(kEntering) + "work", s_logWhenAsked);
 }
 
 TEST_F(ScopeTracerTest, ElapsedTimeComparesSecondsAndMillisecondsEachOnItsOwn)

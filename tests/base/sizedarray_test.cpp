@@ -1,5 +1,7 @@
 #include "base/sizedarray.h"
 
+#include "support/import_patch.h"
+
 #include <gtest/gtest.h>
 
 #include <new>
@@ -64,6 +66,25 @@ TEST(SizedArrayTest, AFailedInitKeepsTheSizeWithoutData)
         EXPECT_EQ(nullptr, array.getData());
         EXPECT_EQ(1, array.isEmpty());
     }
+}
+
+TEST(SizedArrayTest, WithoutMemoryASmallSizeFailsLikeALargeOne)
+{
+    CSizedArray array;
+    CSizedArray target;
+    ASSERT_EQ(1, array.init(10));
+    ASSERT_EQ(1, target.init(5));
+    const CWithoutMemory without;
+    unsigned char* const pBlock = array.getData();
+    EXPECT_EQ(0, array.setSize(11));
+    EXPECT_EQ(10u, array.getSize());
+    EXPECT_EQ(pBlock, array.getData());
+    EXPECT_EQ(0, target.copyFrom(array));
+    EXPECT_EQ(10u, target.getSize());
+    EXPECT_EQ(1, target.isEmpty());
+    EXPECT_EQ(0, array.init(100));
+    EXPECT_EQ(100u, array.getSize());
+    EXPECT_EQ(1, array.isEmpty());
 }
 
 TEST(SizedArrayTest, SetSizeUpToTheCurrentSizeKeepsTheBlock)

@@ -3,6 +3,7 @@
 #include "korvanelib.h"
 
 #include "stream_support.h"
+#include "support/import_patch.h"
 
 #include <gtest/gtest.h>
 
@@ -306,6 +307,24 @@ TEST(StreamRobustnessTest, ASizeOfEightBytesShortOfAnAddressSpaceFails)
     EXPECT_EQ(in.readArray(array), 0);
     EXPECT_EQ(array.isEmpty(), 1);
     EXPECT_EQ(in.getError(), 0);
+}
+
+TEST(StreamRobustnessTest, AnArrayForWhichThereIsNoMemoryFailsAndNoByteOfItIsRead)
+{
+    unsigned char data[] = {2, 0, 0, 0, 1, 2};
+    CByteInputStream memory(data, sizeof data);
+    CBytewiseInput bytewise(data, sizeof data);
+    for (CInputStream* in : {static_cast<CInputStream*>(&memory), static_cast<CInputStream*>(&bytewise)}) {
+        CSizedArray array;
+        {
+            const CWithoutMemory without;
+            EXPECT_EQ(in->readArray(array), 0);
+        }
+        EXPECT_EQ(array.getSize(), 2u);
+        EXPECT_EQ(array.isEmpty(), 1);
+        EXPECT_EQ(in->getError(), 0);
+        EXPECT_EQ(in->ReadByte(), 1) << "the position is behind the size";
+    }
 }
 
 // Whatever the bytes are and whichever types are read from them, nothing outside them is touched, and the memory

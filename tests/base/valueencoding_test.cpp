@@ -432,6 +432,9 @@ TEST(ValueEncodingTest, AVariantWithANullTextIsWrittenAsAnEmptyOne)
                   out << value;
               }),
               "08 00 00 00 00 00");
+    // Not copied on its way: the text that arrives is null.
+    EXPECT_EQ(Encode([](COutputStream& out) { out << Variant(VT_BSTR, [](_variant_t& v) { v.bstrVal = nullptr; }); }),
+              "08 00 00 00 00 00");
 }
 
 TEST(ValueEncodingTest, EveryTagOutsideTheTableIsUnsupportedInBothDirections)

@@ -1,0 +1,2 @@
+// A host that forgot UNICODE: compiled when the build is configured, and refused.
+#include "korvanelib.h"
