@@ -2,7 +2,8 @@
 //
 // Formats    what the system's imaging component decodes: PNG, JPEG, GIF and other files of several pictures (the first
 //            one), BMP (with its file header), TIFF, ICO and more.
-// Ownership  the caller owns the bitmap stored through phBM (DeleteObject) and the reference stored through ppImageRender
+// Ownership  the caller owns the bitmap stored through phBM (DeleteObject) and the reference stored through
+// ppImageRender
 //            (Release). With both, they are independent of each other.
 // Threads    any, several at once; both callbacks come on the calling thread, during the call. The thread need not have
 //            initialised COM.
@@ -15,9 +16,9 @@
 // There is no picture in the data.
 #define IMGDECOMP_E_NOIMAGE ((HRESULT)0x800B0100L)
 
-// Stores up to dwBufferMax bytes of the compressed picture, the next ones, at szBuffer, which is always the caller's own
-// pbBuffer. Returns how many; 0 at the end of the data. It is not asked again after a 0, and never for more than it takes
-// to decode the picture. A result above dwBufferMax fails the call.
+// Stores up to dwBufferMax bytes of the compressed picture, the next ones, at szBuffer, which is always the caller's
+// own pbBuffer. Returns how many; 0 at the end of the data. It is not asked again after a 0, and never for more than it
+// takes to decode the picture. A result above dwBufferMax fails the call.
 typedef DWORD(CALLBACK* GETDATAFUNC)(LPSTR szBuffer, DWORD dwBufferMax, LPARAM lParam);
 // bComplete FALSE: more of the picture is there. TRUE: all of it; comes once, last, and not at all after a failure.
 // pRender is borrowed; AddRef keeps it beyond the call.
@@ -54,8 +55,8 @@ typedef struct tagDecompressImageInfo
 //
 // S_OK; E_POINTER (pParams null); E_INVALIDARG (a field out of its range, no way at all to return the picture, more in
 // the buffer than its size); IMGDECOMP_E_NOIMAGE (not a picture of a known format, damaged headers, or more than 2^26
-// pixels before or after scaling); E_UNEXPECTED (pfnGetData returned more than it was asked for); E_OUTOFMEMORY; else the
-// imaging component's code: the picture is cut off or damaged.
+// pixels before or after scaling); E_UNEXPECTED (pfnGetData returned more than it was asked for); E_OUTOFMEMORY; else
+// the imaging component's code: the picture is cut off or damaged.
 //
 // Exported by name and at ordinal 1.
 extern "C" HRESULT DecompressImageIndirect(DecompressImageInfo* pParams);

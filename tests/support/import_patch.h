@@ -4,9 +4,11 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 class CImportPatch
 {
@@ -53,6 +55,16 @@ private:
 
     DWORD* m_slot = nullptr;
     DWORD m_old = 0;
+};
+
+// While it lives, those allocations of korvaneLib.dll that do not throw give nothing.
+class CWithoutMemory
+{
+private:
+    static void* __cdecl AllocateNothing(std::size_t, const std::nothrow_t&) { return nullptr; }
+
+    CImportPatch m_object{L"korvaneLib.dll", "_ZnwjRKSt9nothrow_t", &CWithoutMemory::AllocateNothing};
+    CImportPatch m_array{L"korvaneLib.dll", "_ZnajRKSt9nothrow_t", &CWithoutMemory::AllocateNothing};
 };
 
 #endif

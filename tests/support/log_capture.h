@@ -1,4 +1,4 @@
-// Helpers for tests of what is logged: the bytes of a log file, and the texts sent to the debugger output.
+// For tests of what is logged: the bytes of a log file, and the texts sent to the debugger output.
 #ifndef KORVANE_TESTS_SUPPORT_LOG_CAPTURE_H
 #define KORVANE_TESTS_SUPPORT_LOG_CAPTURE_H
 
