@@ -1,12 +1,10 @@
 // CByteOutputStream and KorvaneIO::CByteInputStream: streams over a block of memory of the caller's.
 //
 // Ownership  the block is the caller's, must outlive the stream, and is never freed. A copy of a stream shares the
-// block
-//            and goes on from the same position with the same error code.
+//            block and goes on from the same position with the same error code.
 // Threads    one stream on one thread at a time.
 // Errors     as in base/stream.h. Reading past the end gives zeros, writing past the capacity loses the bytes but
-// counts
-//            them; both set STREAM_E_EOF.
+//            counts them; both set STREAM_E_EOF.
 //
 // A stream of exactly one of these classes reads and writes whole values at once. In a subclass everything goes byte by
 // byte through the slots, whichever of them it overrides.

@@ -1,6 +1,7 @@
 #include "registry/registrykey.h"
 
 #include "own_key.h"
+#include "support/import_patch.h"
 
 #include <type_traits>
 
@@ -137,6 +138,39 @@ TEST_F(RegistryKeyTest, AFailedCreateKeyReturnsAChildWithTheFailure)
     EXPECT_EQ(0x80070000u, child->GetError() & 0xFFFF0000u);
     EXPECT_EQ(nullptr, HandleOf(child));
     EXPECT_EQ(0, m_key->GetError());
+}
+
+int s_nClosed = 0;
+LONG WINAPI CountClosed(HKEY hKey)
+{
+    ++s_nClosed;
+    return ::RegCloseKey(hKey);
+}
+
+TEST_F(RegistryKeyTest, WithoutMemoryThereIsNoChildAndItsHandleIsClosed)
+{
+    const long lBefore = Refs(m_key);
+    s_nClosed = 0;
+    {
+        const CWithoutMemory without;
+        const CImportPatch patch(L"korvaneLib.dll", "RegCloseKey", &CountClosed);
+        EXPECT_FALSE(m_key->CreateKey(L"child", KEY_ALL_ACCESS));
+        EXPECT_FALSE(m_key->OpenKey(L"child", KEY_ALL_ACCESS));
+        EXPECT_FALSE(m_key->OpenKey(L"missing", KEY_ALL_ACCESS));
+    }
+    EXPECT_EQ(2, s_nClosed) << "the created and the opened one";
+    EXPECT_EQ(lBefore, Refs(m_key));
+    EXPECT_EQ(0, m_key->Delete(L"child"));
+    EXPECT_EQ(0, m_key->GetError());
+}
+
+TEST_F(RegistryKeyTest, KeyNamesOf255Units)
+{
+    const std::wstring name(255, L'n');
+    EXPECT_EQ(0, m_key->CreateKey(name.c_str(), KEY_READ)->GetError());
+    EXPECT_NE(nullptr, HandleOf(m_key->OpenKey(name.c_str(), KEY_READ)));
+    EXPECT_EQ(0, m_key->Delete(name.c_str()));
+    EXPECT_FALSE(HasSubKey(name.c_str()));
 }
 
 TEST_F(RegistryKeyTest, CreateKeyUnderAKeyWithoutHandleIsAnInvalidHandle)

@@ -1,12 +1,14 @@
 #include "registry/registrykey.h"
 
 #include "own_key.h"
+#include "support/import_patch.h"
 
 #include <type_traits>
 
 namespace {
 
 constexpr long kMissing = static_cast<long>(0x80070002);
+constexpr long kAccessDenied = static_cast<long>(0x80070005);
 constexpr long kMoreData = static_cast<long>(0x800700EA);
 
 using Key = CSmartPtr<CRegistryKey>;
@@ -202,6 +204,64 @@ TEST_F(RegistryValueTest, StringsWithoutTerminatorOrWithOddBytesAreRead)
         EXPECT_STREQ(c.pszText, Get(L"v"));
         EXPECT_EQ(0, m_key->GetError());
     }
+}
+
+// The data of a value that grows between the two queries of a read, however often it is asked.
+LONG WINAPI QueryWhatGrows(HKEY, LPCWSTR, LPDWORD, LPDWORD pdwType, LPBYTE pData, LPDWORD pcb)
+{
+    *pdwType = REG_SZ;
+    if (pData) return ERROR_MORE_DATA;
+    *pcb = 4;
+    return ERROR_SUCCESS;
+}
+
+TEST_F(RegistryValueTest, AStringThatOutgrowsItsBufferIsEmptyAndSetsTheError)
+{
+    const CImportPatch patch(L"korvaneLib.dll", "RegQueryValueExW", &QueryWhatGrows);
+    EXPECT_STREQ(L"", Get(L"v"));
+    EXPECT_EQ(kMoreData, m_key->GetError());
+}
+
+TEST_F(RegistryValueTest, AStringForWhichThereIsNoMemoryIsEmptyAndSetsTheError)
+{
+    m_key->PutVals(L"v", L"text");
+    {
+        const CWithoutMemory without;
+        EXPECT_STREQ(L"", Get(L"v"));
+    }
+    EXPECT_EQ(E_OUTOFMEMORY, m_key->GetError());
+}
+
+int s_nQueries = 0;
+LONG WINAPI CountQuery(HKEY, LPCWSTR, LPDWORD, LPDWORD, LPBYTE, LPDWORD)
+{
+    ++s_nQueries;
+    return ERROR_FILE_NOT_FOUND;
+}
+
+TEST_F(RegistryValueTest, AKeyInErrorDoesNotAskTheSystem)
+{
+    const CImportPatch patch(L"korvaneLib.dll", "RegQueryValueExW", &CountQuery);
+    s_nQueries = 0;
+    Get(L"v");
+    EXPECT_EQ(1, s_nQueries);
+    Get(L"v");
+    GetNumber(L"v");
+    EXPECT_EQ(0, m_key->GetVals(L"v").IsPresent());
+    EXPECT_EQ(1, s_nQueries);
+}
+
+TEST_F(RegistryValueTest, WithoutTheRightToReadAReadIsAccessDenied)
+{
+    m_key->PutVals(L"v", L"text");
+    m_key = CRegistryKey::HK_CURRENT_USER->OpenKey(m_path.c_str(), KEY_SET_VALUE);
+    EXPECT_EQ(0, m_key->GetVals(L"v").IsPresent());
+    EXPECT_EQ(0, m_key->GetError());
+    EXPECT_STREQ(L"", Get(L"v"));
+    EXPECT_EQ(kAccessDenied, m_key->GetError());
+    m_key->CleareError();
+    EXPECT_EQ(0u, GetNumber(L"v"));
+    EXPECT_EQ(kAccessDenied, m_key->GetError());
 }
 
 TEST_F(RegistryValueTest, IsPresentTellsOfAnyTypeAndLeavesTheErrorAlone)

@@ -1,6 +1,7 @@
 #include "registry/regkey.h"
 
 #include "own_key.h"
+#include "support/import_patch.h"
 
 #include <algorithm>
 #include <type_traits>
@@ -271,6 +272,27 @@ TEST_F(RegKeyTest, RecurseDeleteKeyDeletesTheWholeTree)
     EXPECT_EQ(0, m_key.RecurseDeleteKey(L"tree"));
     EXPECT_FALSE(HasSubKey(L"tree"));
     EXPECT_TRUE(HasSubKey(L"other"));
+}
+
+int s_nDeletions = 0;
+LONG WINAPI DeleteOneOnly(HKEY hKey, LPCWSTR name)
+{
+    return ++s_nDeletions > 1 ? ERROR_ACCESS_DENIED : ::RegDeleteKeyW(hKey, name);
+}
+
+TEST_F(RegKeyTest, RecurseDeleteKeyStopsAtTheFirstFailureAndWhatIsDeletedStaysDeleted)
+{
+    for (const wchar_t* name : {L"tree\\a", L"tree\\b", L"tree\\c"}) ASSERT_EQ(0, m_key.SetKeyValue(name, L"", L""));
+    {
+        const CImportPatch patch(L"korvaneLib.dll", "RegDeleteKeyW", &DeleteOneOnly);
+        s_nDeletions = 0;
+        EXPECT_EQ(ERROR_ACCESS_DENIED, m_key.RecurseDeleteKey(L"tree"));
+        EXPECT_EQ(2, s_nDeletions) << "neither the other children nor the key itself are tried";
+    }
+    int nLeft = 0;
+    for (const wchar_t* name : {L"tree\\a", L"tree\\b", L"tree\\c"}) nLeft += HasSubKey(name);
+    EXPECT_EQ(2, nLeft);
+    EXPECT_EQ(0, m_key.RecurseDeleteKey(L"tree"));
 }
 
 TEST_F(RegKeyTest, RecurseDeleteKeyTakesTheLongestNames)

@@ -16,34 +16,54 @@ public:
     // REQUIRES: `replacement` has the imported function's signature. A module without that import ends the program.
     template <class Function> CImportPatch(const wchar_t* module, const char* function, Function* replacement)
     {
-        BYTE* const base = reinterpret_cast<BYTE*>(::GetModuleHandleW(module));
-        if (!base) Fail(function);
-        const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-        const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-        const IMAGE_DATA_DIRECTORY& imports = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-        const auto* from = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
-        for (; from->Name && !m_slot; ++from) {
-            const auto* name = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
-            auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + from->FirstThunk);
-            for (; name->u1.AddressOfData; ++name, ++slot) {
-                if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
-                const auto* entry = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-                if (std::strcmp(reinterpret_cast<const char*>(entry->Name), function) == 0) m_slot = &slot->u1.Function;
-            }
-        }
-        if (!m_slot) Fail(function);
-        m_old = *m_slot;
-        Set(reinterpret_cast<DWORD>(replacement));
+        Find(module, [&](const char*, const IMAGE_IMPORT_BY_NAME* name, WORD) {
+            return name && std::strcmp(reinterpret_cast<const char*>(name->Name), function) == 0;
+        });
+        Replace(function, reinterpret_cast<DWORD>(replacement));
+    }
+    // A function that is imported from `library` by its ordinal.
+    template <class Function>
+    CImportPatch(const wchar_t* module, const char* library, WORD ordinal, Function* replacement)
+    {
+        Find(module, [&](const char* from, const IMAGE_IMPORT_BY_NAME* name, WORD number) {
+            return !name && number == ordinal && ::lstrcmpiA(from, library) == 0;
+        });
+        Replace(library, reinterpret_cast<DWORD>(replacement));
     }
     ~CImportPatch() { Set(m_old); }
     CImportPatch(const CImportPatch&) = delete;
     CImportPatch& operator=(const CImportPatch&) = delete;
 
 private:
-    [[noreturn]] static void Fail(const char* function)
+    // `isIt(library, name, ordinal)` knows the import; without a name it is one by ordinal.
+    template <class Predicate> void Find(const wchar_t* module, Predicate isIt)
     {
-        std::fprintf(stderr, "the module does not import %s\n", function);
-        std::abort();
+        BYTE* const base = reinterpret_cast<BYTE*>(::GetModuleHandleW(module));
+        if (!base) return;
+        const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+        const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+        const IMAGE_DATA_DIRECTORY& imports = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+        const auto* from = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
+        for (; from->Name && !m_slot; ++from) {
+            const auto* entry = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
+            auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + from->FirstThunk);
+            for (; entry->u1.AddressOfData; ++entry, ++slot) {
+                const bool byOrdinal = IMAGE_SNAP_BY_ORDINAL(entry->u1.Ordinal);
+                const auto* name =
+                    byOrdinal ? nullptr : reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + entry->u1.AddressOfData);
+                const WORD ordinal = byOrdinal ? static_cast<WORD>(IMAGE_ORDINAL(entry->u1.Ordinal)) : 0;
+                if (isIt(reinterpret_cast<const char*>(base + from->Name), name, ordinal)) m_slot = &slot->u1.Function;
+            }
+        }
+    }
+    void Replace(const char* what, DWORD address)
+    {
+        if (!m_slot) {
+            std::fprintf(stderr, "the module does not import %s\n", what);
+            std::abort();
+        }
+        m_old = *m_slot;
+        Set(address);
     }
     void Set(DWORD address)
     {
