@@ -12,12 +12,11 @@
 // caller instead. A connection never creates or deletes databases and never writes catalogues.
 //
 // Ownership  counted (CRefCntBase), or on the stack: opening and destroying hand out references to the connection
-// itself
-//            without ever deleting it. The connection holds its tables by name, and each table holds the connection.
-//            This circle is by design: a connection held by counted pointers that has opened tables lives, with its
-//            tables, to the end of the process; Close unmounts the volume but does not break the circle. A connection
-//            that is destroyed (a stack object) lets its tables forget it: rows that outlive it can still read and
-//            write, as their handles stay open, but SetIndex and getNumRows fail on them.
+//            itself without ever deleting it. The connection holds its tables by name, and each table holds the
+//            connection. This circle is by design: a connection held by counted pointers that has opened tables lives,
+//            with its tables, to the end of the process; Close unmounts the volume but does not break the circle. A
+//            connection that is destroyed (a stack object) lets its tables forget it: rows that outlive it can still
+//            read and write, as their handles stay open, but SetIndex and getNumRows fail on them.
 // Close      Close unmounts what the GUID names and does not clear it, and the destructor closes again. So each volume
 //            gets one unmount too many when Close is called and the connection is then destroyed or closed once more:
 //            it fails (line 236), or takes away the mount of another connection in this process that has the volume
@@ -25,8 +24,7 @@
 //            fail; it goes on working, and the volume's file is let go with the last one.
 // Threads    one thread at a time.
 // Errors     results are 0 or a negative code. Raises are E_FAIL, source korvanedb/connection; failures of the rows
-// that
-//            read the catalogues are passed on as they are (row.h). The last-error record is looked at first,
+//            that read the catalogues are passed on as they are (row.h). The last-error record is looked at first,
 //            everywhere. InitLib comes before everything: its writer gets the trace lines.
 #ifndef KORVANE_KORVANEDB_CONNECTION_H
 #define KORVANE_KORVANEDB_CONNECTION_H

@@ -17,11 +17,10 @@
 //            the stack.
 // Threads    one thread at a time.
 // Errors     results are 0 or a negative code; Seek alone also gives 1. Raises are of the source korvanedb/row and,
-// where
-//            nothing else is said, carry E_FAIL. A failure that was parked in the last-error record is returned by the
-//            next operation that raises or calls another one; plain moves leave it there. A VARIANT that the system
-//            cannot copy or clear (one of no known type) ends in _com_issue_error: a _com_error, the only exception.
-//            The destructor parks E_FAIL, line 37, when the handle or the buffer cannot be let go.
+//            where nothing else is said, carry E_FAIL. A failure that was parked in the last-error record is returned
+//            by the next operation that raises or calls another one; plain moves leave it there. A VARIANT that the
+//            system cannot copy or clear (one of no known type) ends in _com_issue_error: a _com_error, the only
+//            exception. The destructor parks E_FAIL, line 37, when the handle or the buffer cannot be let go.
 #ifndef KORVANE_KORVANEDB_ROW_H
 #define KORVANE_KORVANEDB_ROW_H
 

@@ -351,9 +351,10 @@ KORVANESTORE_API BOOL WINAPI CeDeleteDatabase(CEOID oidDbase);
 KORVANESTORE_API BOOL WINAPI CeDeleteDatabaseEx(PCEGUID pceguid, CEOID oidDbase);
 
 // Enumerates databases of a type (0: of every type) in one volume, or in the object store and all volumes mounted by
-// this process (null or the invalid GUID). The handle is closed with CloseHandle; INVALID_HANDLE_VALUE on failure.
-// Next returns a CEOID, and in *pceguid (may be null) the volume that it belongs to; 0 with ERROR_NO_MORE_ITEMS at the
-// end, with ERROR_KEY_DELETED when a database was deleted meanwhile (start again).
+// this process (null or the invalid GUID). The handle is closed with CloseHandle; INVALID_HANDLE_VALUE on failure:
+// ERROR_INVALID_PARAMETER (unknown volume), ERROR_OUTOFMEMORY. Next returns a CEOID, and in *pceguid (may be null) the
+// volume that it belongs to; 0 with ERROR_NO_MORE_ITEMS at the end, with ERROR_KEY_DELETED when a database was deleted
+// meanwhile (start again).
 KORVANESTORE_API HANDLE WINAPI CeFindFirstDatabase(DWORD dwDbaseType);
 KORVANESTORE_API HANDLE WINAPI CeFindFirstDatabaseEx(PCEGUID pceguid, DWORD dwDbaseType);
 KORVANESTORE_API CEOID WINAPI CeFindNextDatabase(HANDLE hEnum);

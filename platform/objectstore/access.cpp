@@ -7,9 +7,6 @@ namespace store {
 
 namespace {
 
-// Without a flush of its own a volume is flushed after so many commits: a power cut never costs more than these.
-constexpr DWORD kCommitsBetweenFlushes = 50000;
-
 MDB_val ToVal(CBytes bytes)
 {
     return {bytes.cb, const_cast<BYTE*>(bytes.p)};
@@ -156,8 +153,7 @@ DWORD CWriteAccess::Commit(ULONGLONG* pullVersion)
         m_dwError = state.Commit();
         state.shared->bChanging = 0;
         if (m_dwError != ERROR_SUCCESS) return m_dwError;
-        // The commit stands whether or not this succeeds; if not, the next one tries again.
-        if (state.shared->dwCommitsSinceFlush >= kCommitsBetweenFlushes) state.FlushLocked();
+        state.FlushIfDue();
     }
     m_bDone = true;
     if (pullVersion) *pullVersion = state.ullVersion;

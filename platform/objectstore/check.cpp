@@ -143,8 +143,7 @@ BOOL WINAPI CeCheckDBVol(PCEGUID pceguid, LPWSTR lpProblem, DWORD dwNumChars)
     return AnswerBool([&]() -> DWORD {
         if (lpProblem && dwNumChars) *lpProblem = L'\0';
         CVolumeRef volume;
-        if (!pceguid) return ERROR_INVALID_PARAMETER;
-        DWORD dwError = CMounts::Instance().Find(*pceguid, volume);
+        DWORD dwError = FindVolume(pceguid, volume);
         if (dwError != ERROR_SUCCESS) return dwError;
         std::wstring strProblem;
         dwError = CheckVolume(*volume, strProblem);

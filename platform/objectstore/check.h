@@ -1,7 +1,7 @@
 // check.h - a volume looked at as a whole: pages, keys, records, sort orders, counts.
 //
 // Threads    takes its own accesses; the volume must not be held.
-// Errors     ERROR_SUCCESS; ERROR_FILE_CORRUPT with a sentence on the first contradiction; else why it could not be made.
+// Errors     ERROR_FILE_CORRUPT with a sentence on the first contradiction; others: the check could not be made.
 #ifndef KORVANESTORE_CHECK_H
 #define KORVANESTORE_CHECK_H
 

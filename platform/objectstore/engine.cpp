@@ -269,6 +269,7 @@ DWORD CVolume::CommitBatch()
         state.bBatch = false;
         state.shared->lBatch = 0;
         state.ullVersion++;
+        if (dwError == ERROR_SUCCESS) state.FlushIfDue();
     }
     state.shared.Unlock();
     return dwError;

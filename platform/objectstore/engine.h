@@ -5,8 +5,7 @@
 // docs/database.md the reasoning behind locks, flushes and recovery.
 //
 // Ownership  a process has at most one CVolume for a file (LMDB must never be opened twice on one); the mount table
-// sees
-//            to that. Pointers into the map are good until the access object that gave them ends, or writes.
+//            sees to that. Pointers into the map are good until the access object that gave them ends, or writes.
 // Threads    an access object takes the volume for itself: other threads and processes wait, so accesses are short and
 //            never nested on one volume.
 // Errors     Win32 codes, ERROR_SUCCESS when all is well. LMDB's own codes never leave engine.cpp.
@@ -73,8 +72,8 @@ public:
     DWORD CommitBatch();
     DWORD AbandonBatch();
 
-    // Which databases have open handles, in whatever process. Noting is for outside of accesses; asking is for inside of
-    // the one that will act upon the answer, 0 asks for any database at all. Entries of a process that died are
+    // Which databases have open handles, in whatever process. Noting is for outside of accesses; asking is for inside
+    // of the one that will act upon the answer, 0 asks for any database at all. Entries of a process that died are
     // forgotten. NoteDatabaseOpen: ERROR_NOT_ENOUGH_MEMORY when the table is full.
     DWORD NoteDatabaseOpen(CEOID oidDatabase);
     void NoteDatabaseClosed(CEOID oidDatabase);

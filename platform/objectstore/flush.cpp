@@ -6,6 +6,13 @@
 
 namespace store {
 
+namespace {
+
+// Without a flush of its own a volume is flushed after so many commits: a power cut never costs more than these.
+constexpr DWORD kCommitsBetweenFlushes = 50000;
+
+} // namespace
+
 // Learns, from the flushed state just reached, which pages the next transactions may use.
 DWORD CVolumeState::AdoptFlushed()
 {
@@ -85,6 +92,12 @@ DWORD CVolumeState::FlushLocked()
     }
     shared->bChanging = 0;
     return dwError;
+}
+
+// Behind a commit, which stands whether or not this succeeds; if not, the next one tries again.
+void CVolumeState::FlushIfDue()
+{
+    if (shared->dwCommitsSinceFlush >= kCommitsBetweenFlushes) FlushLocked();
 }
 
 // After a process died while changing the volume (or all of them did): what the trees do not use and the free list does

@@ -12,8 +12,7 @@ namespace {
 template <class TTell> DWORD Identify(const CEGUID* pguid, CEOID oid, TTell tell)
 {
     CVolumeRef volume;
-    if (!pguid) return ERROR_INVALID_PARAMETER;
-    DWORD dwError = CMounts::Instance().Find(*pguid, volume);
+    DWORD dwError = FindVolume(pguid, volume);
     if (dwError != ERROR_SUCCESS) return dwError;
     CReadAccess access(volume->Engine());
     dwError = volume->Sync(access);
@@ -61,8 +60,7 @@ BOOL WINAPI CeOidGetInfoEx(PCEGUID pceguid, CEOID oid, CEOIDINFO* oidInfo)
 
 BOOL WINAPI CeOidGetInfo(CEOID oid, CEOIDINFO* poidInfo)
 {
-    CEGUID guid;
-    CREATE_SYSTEMGUID(&guid);
+    CEGUID guid = SystemGuid();
     return CeOidGetInfoEx(&guid, oid, poidInfo);
 }
 

@@ -16,11 +16,6 @@ private:
     CRITICAL_SECTION& m_cs;
 };
 
-bool IsSame(const CEGUID& left, const CEGUID& right)
-{
-    return memcmp(&left, &right, sizeof left) == 0;
-}
-
 // Makes a folder and those above it.
 DWORD MakeFolder(const std::wstring& strFolder)
 {
@@ -228,9 +223,7 @@ DWORD CMounts::All(std::vector<CVolumeRef>& volumes, std::vector<CEGUID>& guids)
         volumes.push_back(std::move(ref));
         guids.push_back(guid);
     };
-    CEGUID guidSystem;
-    CREATE_SYSTEMGUID(&guidSystem);
-    add(pVolume, guidSystem);
+    add(pVolume, SystemGuid());
     for (const CMounted& mounted : m_open)
         if (mounted.nMounts > 0) add(mounted.pVolume.get(), mounted.pVolume->Engine().Guid());
     return ERROR_SUCCESS;

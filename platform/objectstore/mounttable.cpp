@@ -1,24 +1,12 @@
 #include "mounttable.h"
 
-#include <string.h>
+#include "processlife.h"
 
 namespace store {
 
 namespace {
 
 constexpr DWORD kRows = 512;
-
-FILETIME StartOf(HANDLE hProcess)
-{
-    FILETIME ftStart = {}, ftOther;
-    ::GetProcessTimes(hProcess, &ftStart, &ftOther, &ftOther, &ftOther);
-    return ftStart;
-}
-
-bool IsSame(const CEGUID& left, const CEGUID& right)
-{
-    return memcmp(&left, &right, sizeof left) == 0;
-}
 
 } // namespace
 
@@ -32,18 +20,9 @@ struct CMountTable::CRow
     bool IsOwn() const
     {
         const FILETIME ft = StartOf(::GetCurrentProcess());
-        return dwProcess == ::GetCurrentProcessId() && memcmp(&ft, &ftStart, sizeof ft) == 0;
+        return dwProcess == ::GetCurrentProcessId() && ::CompareFileTime(&ft, &ftStart) == 0;
     }
-    // A process id can be given out again: the time of the start tells.
-    bool IsAlive() const
-    {
-        const HANDLE hProcess = ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, dwProcess);
-        if (!hProcess) return ::GetLastError() == ERROR_ACCESS_DENIED;
-        const FILETIME ft = StartOf(hProcess);
-        const bool bAlive = memcmp(&ft, &ftStart, sizeof ft) == 0 && ::WaitForSingleObject(hProcess, 0) == WAIT_TIMEOUT;
-        ::CloseHandle(hProcess);
-        return bAlive;
-    }
+    bool IsAlive() const { return IsRunning(dwProcess, ftStart); }
 };
 
 class CMountTable::CLock

@@ -2,17 +2,24 @@
 //
 // It serves CeEnumDBVolumes, and a process that was handed the GUID of a volume that only another one has mounted.
 //
-// Ownership  the table lives in a named section for as long as a process has it open; rows of dead processes are
-// dropped. Threads    any; a named mutex guards the table, so it is for rare calls only. Errors     Win32 codes.
+// Ownership  the table lives in a named section for as long as a process has it open; rows of dead processes go.
+// Threads    any; a named mutex guards the table, so it is for rare calls only.
+// Errors     Win32 codes.
 #ifndef KORVANESTORE_MOUNTTABLE_H
 #define KORVANESTORE_MOUNTTABLE_H
 
 #include <windbase.h>
 
+#include <string.h>
 #include <string>
 #include <vector>
 
 namespace store {
+
+inline bool IsSame(const CEGUID& left, const CEGUID& right)
+{
+    return memcmp(&left, &right, sizeof left) == 0;
+}
 
 struct CMountRow
 {

@@ -142,7 +142,7 @@ bool IsGoodRequest(const CENOTIFYREQUEST* pRequest)
 
 HANDLE WINAPI CeFindFirstDatabaseEx(PCEGUID pceguid, DWORD dwDbaseType)
 {
-    return Answer(INVALID_HANDLE_VALUE, [&](HANDLE& h) -> DWORD {
+    const HANDLE hEnum = Answer(INVALID_HANDLE_VALUE, [&](HANDLE& h) -> DWORD {
         auto pEnumeration = std::make_unique<CEnumeration>(dwDbaseType);
         DWORD dwError;
         if (!pceguid || CHECK_INVALIDGUID(pceguid)) {
@@ -156,6 +156,9 @@ HANDLE WINAPI CeFindFirstDatabaseEx(PCEGUID pceguid, DWORD dwDbaseType)
         h = AddHandle(std::move(pEnumeration));
         return h != INVALID_HANDLE_VALUE ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
     });
+    // This call alone has the other name of the same thing.
+    if (hEnum == INVALID_HANDLE_VALUE && ::GetLastError() == ERROR_NOT_ENOUGH_MEMORY) ::SetLastError(ERROR_OUTOFMEMORY);
+    return hEnum;
 }
 
 HANDLE WINAPI CeFindFirstDatabase(DWORD dwDbaseType)

@@ -2,37 +2,12 @@
 
 #include "engine.h"
 #include "header.h"
+#include "processlife.h"
 
 #include <cwchar>
 #include <ntsecapi.h>
 
 namespace store {
-
-namespace {
-
-FILETIME StartOf(HANDLE process)
-{
-    FILETIME start = {}, exit, kernel, user;
-    ::GetProcessTimes(process, &start, &exit, &kernel, &user);
-    return start;
-}
-
-bool Same(const FILETIME& a, const FILETIME& b)
-{
-    return a.dwLowDateTime == b.dwLowDateTime && a.dwHighDateTime == b.dwHighDateTime;
-}
-
-// A process number is given out again after its process has ended: the time of the start tells the two apart.
-bool IsRunning(DWORD dwProcess, const FILETIME& ftStart)
-{
-    HANDLE process = ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, dwProcess);
-    if (!process) return ::GetLastError() == ERROR_ACCESS_DENIED;
-    const bool bRunning = Same(StartOf(process), ftStart) && ::WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
-    ::CloseHandle(process);
-    return bRunning;
-}
-
-} // namespace
 
 CShared::~CShared()
 {

@@ -73,7 +73,6 @@ public:
     void Unlock() { __atomic_store_n(&m_pBlock->lLock, 0, __ATOMIC_RELEASE); }
     // Waits, inside the lock, until no other process has a batch open.
     void WaitForBatch();
-    bool IsBatchOurs() const { return m_pBlock->lBatch == m_lOwner; }
     LONG Owner() const { return m_lOwner; }
 
     CSharedBlock* operator->() const { return m_pBlock; }

@@ -41,8 +41,7 @@ BOOL WINAPI CeFlushDBVol(PCEGUID pceguid)
 {
     return AnswerBool([&]() -> DWORD {
         CVolumeRef volume;
-        if (!pceguid) return ERROR_INVALID_PARAMETER;
-        const DWORD dwError = CMounts::Instance().Find(*pceguid, volume);
+        const DWORD dwError = FindVolume(pceguid, volume);
         return dwError == ERROR_SUCCESS ? volume->Engine().Flush() : dwError;
     });
 }
@@ -56,7 +55,7 @@ BOOL WINAPI CeEnumDBVolumes(PCEGUID pceguid, LPWSTR lpBuf, DWORD dwNumChars)
         if (dwError != ERROR_SUCCESS) return dwError;
         size_t nNext = 0;
         if (!CHECK_INVALIDGUID(pceguid)) {
-            while (nNext < rows.size() && memcmp(&rows[nNext].guid, pceguid, sizeof(CEGUID)) != 0) ++nNext;
+            while (nNext < rows.size() && !IsSame(rows[nNext].guid, *pceguid)) ++nNext;
             if (nNext++ == rows.size()) return ERROR_KEY_DELETED;
         }
         if (nNext >= rows.size()) return ERROR_NO_MORE_ITEMS;
@@ -72,9 +71,8 @@ VOID WINAPI CeChangeDatabaseLCID(PCEGUID pceguid, DWORD LCID)
 {
     AnswerBool([&]() -> DWORD {
         CVolumeRef volume;
-        if (!pceguid || (LCID != LOCALE_INVARIANT && !::IsValidLocale(LCID, LCID_INSTALLED)))
-            return ERROR_INVALID_PARAMETER;
-        const DWORD dwError = CMounts::Instance().Find(*pceguid, volume);
+        if (LCID != LOCALE_INVARIANT && !::IsValidLocale(LCID, LCID_INSTALLED)) return ERROR_INVALID_PARAMETER;
+        const DWORD dwError = FindVolume(pceguid, volume);
         if (dwError != ERROR_SUCCESS) return dwError;
         return ResortTexts(*volume, LCID);
     });

@@ -77,6 +77,7 @@ struct CVolumeState
     DWORD WriteVolumeHeader(bool bInUse);
     DWORD MarkInUse();
     DWORD FlushLocked();
+    void FlushIfDue();
     DWORD Recover();
     void CloseWriteCursors();
     DWORD Close();

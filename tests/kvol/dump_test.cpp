@@ -77,6 +77,24 @@ TEST_F(KvolDumpTest, WhatIsNotThereIsNamed)
     EXPECT_EQ(1u, value.code);
     EXPECT_TRUE(value.ErrHas("--equal: \"many\" is not an I4")) << value;
     EXPECT_TRUE(value.ErrHas("\"people\"")) << value;
+    const Outcome unnamed = Kvol({"dump", Volume(), "cities", "--index", "", "--equal", "12"});
+    EXPECT_EQ(1u, unnamed.code);
+    EXPECT_TRUE(unnamed.ErrHas("no index \"\"")) << unnamed;
+}
+
+TEST_F(KvolDumpTest, ADatabaseWithTwoNamesIsTwoTablesWithTheSameFieldsAndIndexes)
+{
+    {
+        CMounted volume(Volume());
+        const long oid = static_cast<long>(volume.DatabaseOid(L"cities"));
+        volume.Put(L"MSysTables", 0, {TextProperty(0x0000001F, L"towns"), NumberProperty(0x00010003, oid)});
+    }
+    EXPECT_EQ(Dump("cities"), Dump("towns"));
+    const Outcome outcome =
+        Kvol({"dump", Volume(), "towns", "--index", "ByCountry", "--equal", "CH", "--format", "csv"});
+    EXPECT_EQ(0u, outcome.code) << outcome;
+    EXPECT_EQ(Kvol({"dump", Volume(), "cities", "--index", "ByCountry", "--equal", "CH", "--format", "csv"}).out,
+              outcome.out);
 }
 
 TEST_F(KvolDumpTest, TheTableFormatIsForReading)

@@ -34,14 +34,13 @@ TEST_F(KvolUsageTest, WrongUsageIsSaidOnStandardErrorWithExitCodeTwo)
     const std::string file = Write("f.csv", "a\n1\n");
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {{}, "subcommand"},
-        {{"frobnicate"}, ""},
+        {{"frobnicate"}, "there is no command \"frobnicate\""},
+        {{"frobnicate", Volume()}, "there is no command \"frobnicate\""},
         {{"tables", Volume(), "--frobnicate"}, "--frobnicate"},
         {{"tables"}, "VOLUME"},
         {{"tables", Volume(), "extra"}, "extra"},
         {{"dump", Volume()}, "TABLE"},
         {{"dump", Volume(), "t", "--limit", "few"}, "--limit"},
-        {{"dump", Volume(), "t", "--limit", "-1"}, "--limit"},
-        {{"dump", Volume(), "t", "--format", "xml"}, "--format"},
         {{"dump", Volume(), "t", "--equal", "1"}, "--index"},
         {{"seek", Volume(), "t", "i"}, "VALUE"},
         {{"set", Volume(), "t", "i", "v"}, "FIELD=VALUE"},
@@ -58,6 +57,9 @@ TEST_F(KvolUsageTest, WrongUsageIsSaidOnStandardErrorWithExitCodeTwo)
         {{"import", Volume(), "t", file, "--append", "--field", "a:I4"}, "--append"},
         {{"import", Volume(), "t", file, "--append", "--index", "ByA=a"}, "--append"},
         {{"tables", ""}, "empty"},
+        {{"dump", Volume(), "t", "--limit", "-1"}, "--limit = -1\n"},
+        {{"dump", Volume(), "t", "--format", "xml"}, "--format \"xml\" is not table, csv or json"},
+        {{"dump", Volume(), "t", "--format", "1"}, "--format \"1\" is not table, csv or json"},
     };
     for (const auto& [arguments, part] : cases) {
         std::string line;

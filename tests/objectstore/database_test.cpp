@@ -346,6 +346,23 @@ TEST_F(DatabaseTest, EnumerationRefusesUnknownVolumesAndHandles)
     EXPECT_FAILS(ERROR_INVALID_PARAMETER, ::CeSeekDatabase(search, CEDB_SEEK_BEGINNING, 0, nullptr));
 }
 
+TEST_F(DatabaseTest, WhenAllHandlesAreTakenEachCallSaysSoInItsOwnWord)
+{
+    CEOID oid = MakeDatabase(m_guid, L"a");
+    std::vector<HANDLE> handles;
+    HANDLE h;
+    while ((h = ::CeFindFirstDatabaseEx(&m_guid, 0)) != INVALID_HANDLE_VALUE && handles.size() < 0x20000)
+        handles.push_back(h);
+    EXPECT_EQ(static_cast<DWORD>(ERROR_OUTOFMEMORY), ::GetLastError());
+    EXPECT_GT(handles.size(), 60000u);
+    EXPECT_FAILS(ERROR_OUTOFMEMORY, ::CeFindFirstDatabaseEx(&m_guid, 0));
+    EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeOpenDatabaseEx(&m_guid, &oid, nullptr, 0, 0, nullptr));
+    EXPECT_WORKS(::CeDeleteDatabaseEx(&m_guid, oid)) << "the handle that found no place keeps nothing open";
+    for (const HANDLE hEnum : handles) EXPECT_TRUE(::CloseHandle(hEnum));
+    oid = MakeDatabase(m_guid, L"b");
+    EXPECT_TRUE(OpenDb(m_guid, oid));
+}
+
 TEST_F(DatabaseTest, AHundredDatabasesLiveInOneVolume)
 {
     for (int i = 0; i < 100; ++i) {

@@ -7,6 +7,8 @@
 #include "agent.h"
 #include "volume_image.h"
 
+#include <korvanebatch.h>
+
 #include <algorithm>
 #include <random>
 #include <set>
@@ -99,6 +101,14 @@ protected:
         ASSERT_EQ(strWritten, State(guid));
         ASSERT_EQ("", CheckVolume(guid));
         ASSERT_WORKS(::CeUnmountDBVol(&guid));
+    }
+
+    // Of the newer header.
+    DWORD Sequence() const
+    {
+        const CImage image = ReadWholeFile(m_strPath);
+        return std::max(ImageWord(image, kHeaderPages[0], kHeaderSequence),
+                        ImageWord(image, kHeaderPages[1], kHeaderSequence));
     }
 
     std::mt19937 m_random{300};
@@ -203,6 +213,24 @@ TEST_F(PowerTest, AVolumeThatIsWrittenOnAndOnDoesNotGrowBeyondTwiceItsContent)
     const CEOID oid = ::CeSeekDatabase(db, CEDB_SEEK_BEGINNING, 0, nullptr);
     for (long i = 0; i < 5000; ++i) ASSERT_WORKS(Write(db, oid, CProps().I4(1, i % 700)));
     EXPECT_LE(ReadWholeFile(m_strPath).size(), 2 * cbFlushed + 512 * 1024);
+}
+
+TEST_F(PowerTest, FiftyThousandCommitsAreFlushedUnasked)
+{
+    for (const bool bInBatches : {false, true}) {
+        SCOPED_TRACE(bInBatches);
+        const CDb db = OpenDb(m_guid, m_oidDatabase);
+        const CEOID oid = Write(db, 0, CProps().I4(1, 0));
+        ASSERT_WORKS(oid);
+        ASSERT_WORKS(::CeFlushDBVol(&m_guid));
+        const DWORD dwBefore = Sequence();
+        for (long i = 0; i < 50000; ++i) {
+            ASSERT_TRUE(!bInBatches || ::CeBeginBatch(&m_guid));
+            ASSERT_WORKS(Write(db, oid, CProps().I4(1, i)));
+            ASSERT_TRUE(!bInBatches || ::CeCommitBatch(&m_guid));
+        }
+        EXPECT_EQ(dwBefore + 1, Sequence()) << "each flush writes the header once";
+    }
 }
 
 } // namespace

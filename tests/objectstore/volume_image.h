@@ -9,8 +9,8 @@
 
 constexpr size_t kPageBytes = 4096;
 constexpr size_t kHeaderPages[] = {2, 3};
-constexpr size_t kHeaderVersion = 8, kHeaderInUse = 20, kHeaderBootMark = 24, kHeaderBootMarkBytes = 16,
-                 kHeaderChecksum = 104;
+constexpr size_t kHeaderVersion = 8, kHeaderSequence = 16, kHeaderInUse = 20, kHeaderBootMark = 24,
+                 kHeaderBootMarkBytes = 16, kHeaderChecksum = 104;
 
 using CImage = std::vector<BYTE>;
 

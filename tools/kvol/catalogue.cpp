@@ -9,8 +9,6 @@ namespace kvol {
 
 namespace {
 
-constexpr DWORD kPropertyMask = 0x00FFFFFF; // what the library uses of a "FieldID"
-
 // The catalogues as definitions: numbered in this order, their fields get the properties that the library reads.
 std::list<KorvaneDB::CTableDefinition> CatalogueDefinitions()
 {
@@ -123,33 +121,33 @@ CCatalogue::CCatalogue(CVolume& volume) : m_volume(volume)
     std::list<KorvaneDB::CTableDefinition> definitions = CatalogueDefinitions();
     Call("cannot open the volume " + Quoted(volume.Path()),
          [&] { return m_connection.OpenFromDef(volume.WidePath(), definitions); });
-    std::map<long, size_t> positions;
     for (const CatalogueRow& row : Rows(kTables)) {
         TableInfo table;
         table.name = TextOf(row.values[0]);
         table.oid = static_cast<CEOID>(NumberOf(row.values[1]));
-        if (Find(ToUtf8(table.name))) continue;
-        positions.emplace(static_cast<long>(table.oid), m_tables.size());
-        m_tables.push_back(std::move(table));
+        if (!Find(ToUtf8(table.name))) m_tables.push_back(std::move(table));
     }
+    // By database: one that is listed under two names gives both its fields and indexes.
+    std::map<long, std::vector<FieldInfo>> fields;
     for (const CatalogueRow& row : Rows(kFields)) {
-        const auto found = positions.find(NumberOf(row.values[0]));
-        if (found == positions.end()) continue;
         FieldInfo field;
         field.name = TextOf(row.values[1]);
         field.propid = static_cast<CEPROPID>(NumberOf(row.values[2])) & kPropertyMask;
         field.len = static_cast<short>(NumberOf(row.values[3]));
         field.odbc = static_cast<short>(NumberOf(row.values[4]));
-        m_tables[found->second].fields.push_back(std::move(field));
+        fields[NumberOf(row.values[0])].push_back(std::move(field));
     }
+    std::map<long, std::vector<IndexInfo>> indexes;
     for (const CatalogueRow& row : Rows(kIndexes)) {
-        const auto found = positions.find(NumberOf(row.values[0]));
-        if (found == positions.end()) continue;
         IndexInfo index;
         index.name = TextOf(row.values[1]);
         index.propid = static_cast<CEPROPID>(NumberOf(row.values[2])) & kPropertyMask;
         index.dwFlags = static_cast<DWORD>(NumberOf(row.values[3]));
-        m_tables[found->second].indexes.push_back(std::move(index));
+        indexes[NumberOf(row.values[0])].push_back(std::move(index));
+    }
+    for (TableInfo& table : m_tables) {
+        table.fields = fields[static_cast<long>(table.oid)];
+        table.indexes = indexes[static_cast<long>(table.oid)];
     }
 }
 

@@ -126,7 +126,6 @@ std::string TableOf(const Catalogue& catalogue, const CatalogueRow& row, const K
 
 // Properties of the fields by table.
 using Properties = std::map<CEOID, std::set<CEPROPID>>;
-constexpr DWORD kPropertyMask = 0x00FFFFFF; // what the library uses of a "FieldID"
 
 Properties CheckFields(CVolume& volume, CCatalogue& reader, const Known& known, CReport& report)
 {
@@ -139,7 +138,7 @@ Properties CheckFields(CVolume& volume, CCatalogue& reader, const Known& known, 
         if (table.empty()) continue;
         const CEOID oid = NumberIn(row.values[0]);
         const std::wstring name = TextIn(row.values[1]);
-        const CEPROPID propid = NumberIn(row.values[2]) & kPropertyMask;
+        const CEPROPID propid = NumberIn(row.values[2]) & CCatalogue::kPropertyMask;
         const std::string place = Place(catalogue, row) + " (" + table + ", field " + Quoted(name) + ")";
         if (name.empty()) report.Fault(place, "the field has no name");
         if (!names.emplace(oid, name).second) report.Fault(place, "the field is listed twice");
@@ -168,7 +167,7 @@ void CheckIndexes(CVolume& volume, CCatalogue& reader, const Known& known, const
         if (table.empty()) continue;
         const CEOID oid = NumberIn(row.values[0]);
         const std::wstring name = TextIn(row.values[1]);
-        const CEPROPID propid = NumberIn(row.values[2]) & kPropertyMask;
+        const CEPROPID propid = NumberIn(row.values[2]) & CCatalogue::kPropertyMask;
         const DWORD dwFlags = NumberIn(row.values[3]);
         const std::string place = Place(catalogue, row) + " (" + table + ", index " + Quoted(name) + ")";
         if (name.empty()) report.Fault(place, "the index has no name");

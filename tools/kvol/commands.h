@@ -47,7 +47,7 @@ struct Options
     std::vector<IndexOption> indexes;
     bool bAppend = false;
     bool bReplace = false;
-    std::string index;
+    std::optional<std::string> index; // of dump only when it is given
     std::optional<std::string> equal;
     std::optional<unsigned long> limit;
     Format format = Format::Table;

@@ -1,6 +1,20 @@
 #include "database.h"
 
+#include "value.h"
+
 namespace kvol {
+
+_variant_t KeyOf(const TableInfo& table, const IndexInfo& index, const std::string& text, const char* pszWhere)
+{
+    _variant_t value;
+    std::string why;
+    if (!ParseValue(TypeFromPropID(index.propid), text, value, why)) {
+        const FieldInfo* pField = table.FieldOf(index.propid);
+        throw CFailure(pszWhere + Quoted(text) + " " + why + "; that is the type of the field " +
+                       (pField ? Quoted(pField->name) : std::string("that the index is on")));
+    }
+    return value;
+}
 
 CTableCursor::CTableCursor(CVolume& volume, const TableInfo& table) : m_volume(volume), m_table(table)
 {

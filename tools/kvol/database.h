@@ -4,8 +4,7 @@
 // create volumes and databases, to remove databases, to make many calls one transaction.
 //
 // Ownership  CVolume owns a mount, CBatch a batch, CCatalogue and CTableCursor a connection each; they are used within
-// one
-//            function and destroyed in reverse order. The volume outlives the others.
+//            one function and destroyed in reverse order. The volume outlives the others.
 // Errors     CFailure, with the volume, table and record.
 #ifndef KVOL_DATABASE_H
 #define KVOL_DATABASE_H
@@ -143,6 +142,7 @@ public:
 
     // Property numbers that a "FieldID" can have: the library keeps its low 24 bits, 16 of which are the type.
     static constexpr size_t kMostFields = 256;
+    static constexpr DWORD kPropertyMask = 0x00FFFFFF; // those 24 bits
 
     // Makes those of the three catalogue databases that the volume lacks.
     static void CreateMissing(CVolume& volume);
@@ -172,6 +172,10 @@ private:
     KorvaneDB::CConnection m_connection;
     std::vector<TableInfo> m_tables;
 };
+
+// A value for seeks in an index, read from text. Fails when the text is none of the index's type; pszWhere begins the
+// message then.
+_variant_t KeyOf(const TableInfo& table, const IndexInfo& index, const std::string& text, const char* pszWhere = "");
 
 // A cursor on one table. The connection is the library's ordinary one, which reads the catalogues itself.
 class CTableCursor

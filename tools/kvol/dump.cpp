@@ -66,18 +66,11 @@ std::string JsonValue(const _variant_t& value, const FieldInfo& field)
 // Calls visit with each record that was asked for, read.
 void Walk(CTableCursor& cursor, const TableInfo& table, const Options& options, const std::function<void()>& visit)
 {
-    if (!options.index.empty()) {
-        const IndexInfo& index = table.Index(Wide(options.index));
+    if (options.index) {
+        const IndexInfo& index = table.Index(Wide(*options.index));
         cursor.UseIndex(index);
         if (options.equal) {
-            const FieldInfo* pField = table.FieldOf(index.propid);
-            _variant_t value;
-            std::string why;
-            if (!ParseValue(TypeFromPropID(index.propid), *options.equal, value, why)) {
-                throw CFailure("--equal: " + Quoted(*options.equal) + " " + why + "; that is the type of the field " +
-                               (pField ? Quoted(pField->name) : "that the index is on"));
-            }
-            cursor.UseFilter(value);
+            cursor.UseFilter(KeyOf(table, index, *options.equal, "--equal: "));
         }
     }
     unsigned long left = options.limit.value_or(~0ul);

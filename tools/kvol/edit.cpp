@@ -9,18 +9,6 @@ namespace kvol {
 
 namespace {
 
-_variant_t KeyOf(const TableInfo& table, const IndexInfo& index, const std::string& text)
-{
-    _variant_t value;
-    std::string why;
-    if (!ParseValue(TypeFromPropID(index.propid), text, value, why)) {
-        const FieldInfo* pField = table.FieldOf(index.propid);
-        throw CFailure(Quoted(text) + " " + why + "; that is the type of the field " +
-                       (pField ? Quoted(pField->name) : std::string("that the index is on")));
-    }
-    return value;
-}
-
 [[noreturn]] void FailNotFound(const TableInfo& table, const IndexInfo& index, const std::string& text)
 {
     const FieldInfo* pField = table.FieldOf(index.propid);
@@ -32,7 +20,7 @@ _variant_t KeyOf(const TableInfo& table, const IndexInfo& index, const std::stri
 std::vector<CEOID> FindRecords(CTableCursor& cursor, const TableInfo& table, const Options& options,
                                const char* pszVerb)
 {
-    const IndexInfo& index = table.Index(Wide(options.index));
+    const IndexInfo& index = table.Index(Wide(*options.index));
     const _variant_t key = KeyOf(table, index, options.value);
     cursor.UseIndex(index);
     std::vector<CEOID> found;
@@ -88,7 +76,7 @@ void RunSeek(const Options& options)
     CVolume volume(options.volume, CVolume::Use::Existing);
     CCatalogue catalogue(volume);
     const TableInfo& table = catalogue.Table(options.table);
-    const IndexInfo& index = table.Index(Wide(options.index));
+    const IndexInfo& index = table.Index(Wide(*options.index));
     const _variant_t key = KeyOf(table, index, options.value);
     CTableCursor cursor(volume, table);
     cursor.UseIndex(index);

@@ -58,6 +58,14 @@ IndexOption ParseIndex(const std::string& text)
     return index;
 }
 
+Format ParseFormat(const std::string& text)
+{
+    if (text == "table") return Format::Table;
+    if (text == "csv") return Format::Csv;
+    if (text == "json") return Format::Json;
+    throw CUsageError("--format " + Quoted(text) + " is not table, csv or json");
+}
+
 // The option parser's side of a Request: what it fills, and what is made of that afterwards.
 class CCommandLine
 {
@@ -95,18 +103,22 @@ public:
             m_request.text = out.str();
             return m_request;
         } catch (const CLI::ParseError& error) {
+            const std::vector<std::string> unknown = m_app.remaining();
+            if (m_app.get_subcommands().empty() && !unknown.empty() && unknown[0][0] != '-')
+                throw CUsageError("there is no command " + Quoted(unknown[0]));
             std::string what = error.what();
-            std::replace(what.begin(), what.end(), kNegativeMark, '-');
+            what.erase(std::remove(what.begin(), what.end(), kNegativeMark), what.end());
             throw CUsageError(what);
         }
         Options& options = m_request.options;
-        for (std::string* pText : {&options.volume, &options.table, &options.file, &options.index, &options.value})
-            Unmark(*pText);
+        for (std::string* pText : {&options.volume, &options.table, &options.file, &options.value}) Unmark(*pText);
+        if (options.index) Unmark(*options.index);
         for (std::string& change : options.changes) {
             Unmark(change);
             if (change.find('=') == std::string::npos) throw CUsageError(Quoted(change) + " is not FIELD=VALUE");
         }
         if (options.equal) Unmark(*options.equal);
+        options.format = ParseFormat(m_format);
         for (std::string& text : m_fields) {
             Unmark(text);
             options.fields.push_back(ParseField(text));
@@ -186,11 +198,7 @@ private:
             ->needs(pIndex)
             ->type_name("VALUE");
         pCommand->add_option("--limit", options.limit, "Only the first N of them")->type_name("N");
-        const std::map<std::string, Format> formats = {
-            {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}};
-        pCommand->add_option("--format", options.format, "table (for reading), csv or json")
-            ->transform(CLI::CheckedTransformer(formats).description(""))
-            ->type_name("table|csv|json");
+        pCommand->add_option("--format", m_format, "table (for reading), csv or json")->type_name("table|csv|json");
         pCommand->footer(kExitCodes);
     }
 
@@ -230,6 +238,7 @@ private:
 
     CLI::App m_app;
     Request m_request;
+    std::string m_format = "table";
     std::vector<std::string> m_fields;
     std::vector<std::string> m_indexes;
 };
