@@ -17,7 +17,8 @@ struct CIconLoader::Shared
 
 namespace {
 
-constexpr size_t kMaxImageBytes = 256u << 20; // of all images together: entries may overlap, their copies do not
+constexpr size_t kMaxImageBytes = 256u << 20;       // of all images together: entries may overlap, their copies do not
+constexpr unsigned long long kMaxPixels = 1u << 26; // of one image: 256 MB at 4 bytes each
 constexpr unsigned int kNoIcon = 0xFFFFFFFF;
 constexpr size_t kHeaderSize = 6;
 constexpr DWORD kMaskInfoSize = 52; // bytes: a header, two colours and room for a third
@@ -135,14 +136,14 @@ size_t BytesFrom(const ICONIMAGE& image, const BYTE* p)
     return image.dwNumBytes - (p - image.lpBits);
 }
 
-// Whether the system can have a bitmap of this header: it works out the size of the bits in 32 bits, without looking
-// for an overflow.
+// Whether there can be a bitmap of this header: one of a size that a file of any length may claim, and whose bits the
+// system, which works out their size in 32 bits without looking for an overflow, can count.
 bool IsSizePossible(const BITMAPINFOHEADER& header)
 {
     if (header.biWidth <= 0) return false;
+    const unsigned long long width = header.biWidth;
     const unsigned long long height = header.biHeight < 0 ? -static_cast<long long>(header.biHeight) : header.biHeight;
-    const unsigned long long bits = static_cast<unsigned long long>(header.biBitCount) * header.biWidth;
-    return Product((bits + 31) / 8, height) <= MAXLONG;
+    return width * height <= kMaxPixels && (header.biBitCount * width + 31) / 8 * height <= MAXLONG;
 }
 
 // A DIB section, and the bytes that its bits have.

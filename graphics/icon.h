@@ -8,7 +8,9 @@
 //            runs inside the call.
 //
 // Files are not trusted. Reading accepts images whose own headers make no sense; making a bitmap then takes what bytes
-// there are, never more, or gives null.
+// there are, never more, or gives null. An image of more than 2^26 pixels is refused, as the system would refuse it, so
+// that a short file cannot take all memory. A read that fails keeps no memory, and making an icon keeps no device
+// context: nothing is ever left behind.
 //
 //     CIconLoader loader;
 //     if (!loader.ReadIconFromICOFile(L"\\windows\\city.ico")) return;

@@ -1,8 +1,12 @@
 // What is made of the images: colour bitmaps, masks, icons.
 #include "icon_fixture.h"
 
+#include "support/gdi_objects.h"
+#include "support/handle_count.h"
+
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 namespace {
 
@@ -17,6 +21,11 @@ std::wstring SystemText(DWORD dwError)
 HBITMAP WINAPI RefuseSection(HDC, const BITMAPINFO*, UINT, void**, HANDLE, DWORD)
 {
     ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+}
+
+HICON WINAPI RefuseIcon(ICONINFO*)
+{
     return nullptr;
 }
 
@@ -341,34 +350,120 @@ TEST_F(IconTest, IconsOfAnotherProgramShowTheirPixels)
     }
 }
 
-TEST_F(IconTest, AThousandLoadsAndFailuresLeaveNothingBehind)
+TEST_F(IconTest, AHugeImageInASmallFileIsAcceptedAndGivesNull)
 {
-    Bytes refused = MakeImage(16, 16, 4), shortMask = MakeImage(16, 16, 4);
+    const CImportPatch boxes(kLibrary, "MessageBoxW", AnswerBox);
+    for (const WORD bits : {1, 4, 8, 16, 24, 32}) {
+        SCOPED_TRACE(bits);
+        Bytes image(100 - 6 - 16);
+        Put32(image, 0, 40);
+        Put32(image, 4, 65535);
+        Put32(image, 8, 2 * 65535);
+        Put16(image, 12, 1);
+        Put16(image, 14, bits);
+        ASSERT_TRUE(ReadOne(image));
+        g_boxes.clear();
+        EXPECT_TRUE(CBitmapOwner(m_loader.MakeBitmapFromResource(0)).IsNull());
+        EXPECT_EQ(1u, g_boxes.size());
+        EXPECT_TRUE(CBitmapOwner(m_loader.MakeMaskBitmapFromResource(0)).IsNull());
+        EXPECT_EQ(nullptr, m_loader.MakeIconFromResource(0));
+    }
+}
+
+TEST_F(IconTest, TheLargestImageIsOfSixtyFourMegapixels)
+{
+    const CImportPatch boxes(kLibrary, "MessageBoxW", AnswerBox);
+    for (const DWORD height : {8192, 8193}) {
+        SCOPED_TRACE(height);
+        Bytes image = MakeImage(16, 16, 1);
+        Put32(image, 4, 8192);
+        Put32(image, 8, 2 * height);
+        ASSERT_TRUE(ReadOne(image));
+        EXPECT_EQ(height > 8192, CBitmapOwner(m_loader.MakeBitmapFromResource(0)).IsNull());
+    }
+}
+
+TEST_F(IconTest, AThousandOfEachOutcomeLeaveNothingBehind)
+{
+    Bytes refused = MakeImage(16, 16, 4), shortMask = MakeImage(16, 16, 4), headless(39);
     Put32(refused, 16, BI_RLE4);
     shortMask.resize(shortMask.size() - 40);
-    const Bytes good = MakeIconFile({MakeImage(16, 16, 4), MakeImage(32, 32, 8), refused, shortMask});
-    const std::wstring cut = m_folder.File(L"cut.ico");
-    WriteFileTo(cut, Bytes(good.begin(), good.end() - 1));
-    WriteFileTo(m_path, good);
+    const Bytes good = MakeIconFile({MakeImage(16, 16, 4), MakeImage(32, 32, 8), MakeImage(16, 16, 32)});
+    Bytes cursor = good, huge = good;
+    Put16(cursor, 2, 2);
+    Put32(huge, 6 + 16 + 8, 0xFFFFFFFF);
+    const auto file = [&](const wchar_t* name, const Bytes& bytes) {
+        const std::wstring path = m_folder.File(name);
+        WriteFileTo(path, bytes);
+        return path;
+    };
+    const std::wstring whole = file(L"whole.ico", good);
+    const std::wstring cut = file(L"cut.ico", Bytes(good.begin(), good.end() - 1));
+    const std::wstring cutDirectory = file(L"directory.ico", Bytes(good.begin(), good.begin() + 30));
+    const std::wstring cutHeader = file(L"header.ico", Bytes(good.begin(), good.begin() + 5));
+    const std::wstring wrongType = file(L"cursor.ico", cursor), tooLarge = file(L"huge.ico", huge);
+    const std::wstring absent = m_folder.File(L"absent.ico");
+    WriteFileTo(m_path, MakeIconFile({MakeImage(16, 16, 4), refused, shortMask, headless}));
+
+    const auto read = [&](const std::wstring& path) { return m_loader.ReadIconFromICOFile(path.c_str()); };
+    const auto made = [](HGDIOBJ hBitmap) { return hBitmap && ::DeleteObject(hBitmap); };
+    const auto icon = [&](unsigned int index) {
+        const HICON hIcon = m_loader.MakeIconFromResource(index);
+        return hIcon && ::DestroyIcon(hIcon);
+    };
+    // Images of m_path.
+    enum
+    {
+        sound,
+        colourRefused,
+        maskTooShort,
+        withoutHeader,
+        beyond
+    };
+    const struct
+    {
+        const char* what;
+        bool result;
+        std::function<bool()> once;
+    } kinds[] = {
+        {"a file", true, [&] { return read(whole); }},
+        {"a file that is not there", false, [&] { return read(absent); }},
+        {"a file cut in an image", false, [&] { return read(cut); }},
+        {"a file cut in its directory", false, [&] { return read(cutDirectory); }},
+        {"a file cut in its header", false, [&] { return read(cutHeader); }},
+        {"a cursor", false, [&] { return read(wrongType); }},
+        {"an image larger than its file", false, [&] { return read(tooLarge); }},
+        {"a file, used below", true, [&] { return read(m_path); }},
+        {"a colour bitmap", true, [&] { return made(m_loader.MakeBitmapFromResource(sound)); }},
+        {"a mask", true, [&] { return made(m_loader.MakeMaskBitmapFromResource(sound)); }},
+        {"an icon", true, [&] { return icon(sound); }},
+        {"a header that is refused", false, [&] { return made(m_loader.MakeBitmapFromResource(colourRefused)); }},
+        {"an icon without colours", false, [&] { return icon(colourRefused); }},
+        {"too short a mask", false, [&] { return made(m_loader.MakeMaskBitmapFromResource(maskTooShort)); }},
+        {"an icon without a mask", false, [&] { return icon(maskTooShort); }},
+        {"an image without a header", false, [&] { return icon(withoutHeader); }},
+        {"no such image", false, [&] { return icon(beyond); }},
+        {"a mask that the system refuses", false,
+         [&] {
+             const CImportPatch section(kLibrary, "CreateDIBSection", RefuseSection);
+             return made(m_loader.MakeMaskBitmapFromResource(sound));
+         }},
+        {"an icon that the system refuses", false,
+         [&] {
+             const CImportPatch create(kLibrary, "CreateIconIndirect", RefuseIcon);
+             return icon(sound);
+         }},
+    };
     const CImportPatch boxes(kLibrary, "MessageBoxW", AnswerBox);
-    const auto round = [&](int nTimes) {
-        for (int i = 0; i < nTimes; ++i) {
-            ASSERT_FALSE(m_loader.ReadIconFromICOFile(cut.c_str()));
-            ASSERT_TRUE(m_loader.ReadIconFromICOFile(m_path.c_str()));
-            for (int image = 0; image < 4; ++image) {
-                const HICON hIcon = m_loader.MakeIconFromResource(image);
-                ASSERT_EQ(image < 2, hIcon != nullptr);
-                if (hIcon) ::DestroyIcon(hIcon);
-            }
-        }
-    };
-    const auto count = [] {
-        DWORD nHandles = 0;
-        ::GetProcessHandleCount(::GetCurrentProcess(), &nHandles);
-        return std::make_pair(::GetGuiResources(::GetCurrentProcess(), GR_GDIOBJECTS), nHandles);
-    };
-    round(2);
-    const auto before = count();
-    round(1000);
-    EXPECT_EQ(before, count());
+    ASSERT_GT(CountHandles(), 0);
+    for (const auto& kind : kinds) {
+        SCOPED_TRACE(kind.what);
+        for (int i = 0; i < 2; ++i) EXPECT_EQ(kind.result, kind.once()); // what the system keeps from the first use on
+        const int nObjects = CountGdiObjects(), nHandles = CountHandles();
+        int nAsExpected = 0;
+        for (int i = 0; i < 1000; ++i) nAsExpected += kind.once() == kind.result;
+        EXPECT_EQ(1000, nAsExpected);
+        EXPECT_EQ(nObjects, CountGdiObjects());
+        EXPECT_EQ(nHandles, CountHandles());
+    }
 }

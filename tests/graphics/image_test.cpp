@@ -5,6 +5,7 @@
 #include "image_ids.h"
 #include "image_support.h"
 #include "support/gdi_objects.h"
+#include "support/handle_count.h"
 #include "support/import_patch.h"
 #include "support/temp_folder.h"
 
@@ -21,6 +22,10 @@ namespace {
 
 // In place of the decoder: sees its parameters and decides what comes of them.
 std::function<HRESULT(DecompressImageInfo&)> g_decoder;
+
+// How the library takes it.
+constexpr char kDecoder[] = "imgdecmp.dll";
+constexpr WORD kDecoderOrdinal = 1;
 
 HRESULT CallDecoder(DecompressImageInfo* info)
 {
@@ -57,7 +62,7 @@ protected:
     // Makes the image hold this bitmap.
     void Give(CVOImage& image, HBITMAP bitmap)
     {
-        const CImportPatch patch(L"korvaneLib.dll", "DecompressImageIndirect", &CallDecoder);
+        const CImportPatch patch(L"korvaneLib.dll", kDecoder, kDecoderOrdinal, &CallDecoder);
         g_decoder = [&](DecompressImageInfo& info) {
             *info.phBM = bitmap;
             return S_OK;
@@ -97,13 +102,6 @@ int DepthOf(HBITMAP bitmap)
     BITMAP record = {};
     EXPECT_NE(0, ::GetObjectW(bitmap, sizeof(record), &record));
     return record.bmBitsPixel;
-}
-
-DWORD HandleCount()
-{
-    DWORD count = 0;
-    EXPECT_TRUE(::GetProcessHandleCount(::GetCurrentProcess(), &count));
-    return count;
 }
 
 } // namespace
@@ -164,7 +162,7 @@ TEST_F(ImageTest, TransparentPixelsLieOnWhite)
 
 TEST_F(ImageTest, TheDecoderGetsTheRecord)
 {
-    const CImportPatch patch(L"korvaneLib.dll", "DecompressImageIndirect", &CallDecoder);
+    const CImportPatch patch(L"korvaneLib.dll", kDecoder, kDecoderOrdinal, &CallDecoder);
     CVOImage::g_iScale = 50;
     CVOImage::g_iMaxWidth = 70;
     CVOImage::g_iMaxHeight = 80;
@@ -215,7 +213,7 @@ TEST_F(ImageTest, TheFileIsSharedForReadingAndClosedAfterwards)
         if (file != INVALID_HANDLE_VALUE) ::CloseHandle(file);
         return file != INVALID_HANDLE_VALUE;
     };
-    const CImportPatch patch(L"korvaneLib.dll", "DecompressImageIndirect", &CallDecoder);
+    const CImportPatch patch(L"korvaneLib.dll", kDecoder, kDecoderOrdinal, &CallDecoder);
     int calls = 0;
     g_decoder = [&](DecompressImageInfo&) {
         ++calls;
@@ -810,33 +808,76 @@ TEST_F(ImageTest, AHugePictureInASmallFileIsRefusedAtOnce)
     EXPECT_LT(::GetTickCount() - started, 5000u);
 }
 
-TEST_F(ImageTest, NothingIsLeftOfAThousandRounds)
+TEST_F(ImageTest, AThousandOfEachOutcomeLeaveNothingBehind)
 {
-    const std::wstring good = PicturePath(L"small.png"), absent = PicturePath(L"absent.png");
     const CTempFolder folder;
-    const std::wstring bad = folder.File(L"bad.png");
-    WriteFileBytes(bad, Bytes(100, 'x'));
+    const std::wstring text = folder.File(L"text.png"), cut = folder.File(L"cut.bmp");
+    WriteFileBytes(text, Bytes(100, 'x'));
+    const Bytes whole = FileBytes(PicturePath(L"photo.bmp"));
+    WriteFileBytes(cut, Bytes(whole.begin(), whole.end() - 100));
     CPaper paper(16, 16);
-    const auto round = [&] {
-        CVOImage image;
-        image.Load(m_hdc, good.c_str());
-        image.Load(m_hdc, good.c_str());
-        image.Draw(paper.Dc(), 0, 0, -1, -1);
-        image.Draw(paper.Dc(), 0, 0, 16, 16);
-        ::DeleteObject(image.Copy());
-        ::DeleteObject(image.CreateBitmap(7, 7));
-        ::LocalFree(image.GetBitmapInfoStruct());
-        image.Load(m_hdc, absent.c_str());
-        image.Load(m_hdc, bad.c_str());
-        CVOImage resource;
-        resource.SetBitmap(m_hdc, IDR_SMALL, L"PICTURE", nullptr);
-        CVOImage missing;
-        missing.SetBitmap(m_hdc, IDR_ABSENT, L"PICTURE", nullptr);
+    CVOImage image, second;
+    ASSERT_EQ(1, LoadPicture(image, L"small.png"));
+    ASSERT_EQ(1, LoadPicture(second, L"small.png"));
+    const HDC elsewhere = ::CreateCompatibleDC(nullptr);
+    const HGDIOBJ old = ::SelectObject(elsewhere, second);
+
+    const auto load = [&](const std::wstring& path) {
+        CVOImage loaded;
+        return loaded.Load(m_hdc, path.c_str()) && loaded.IsLoaded();
     };
-    round(); // what the first one makes: the shared context, the decoder
-    const int objects = CountGdiObjects();
-    const DWORD handles = HandleCount();
-    for (int i = 0; i < 1000; ++i) round();
-    EXPECT_EQ(objects, CountGdiObjects());
-    EXPECT_EQ(handles, HandleCount());
+    const auto twice = [&](const std::wstring& path) {
+        CVOImage loaded;
+        return LoadPicture(loaded, L"small.png") && loaded.Load(m_hdc, path.c_str()) && loaded.IsLoaded();
+    };
+    const auto set = [&](unsigned long id, const wchar_t* type) {
+        CVOImage loaded;
+        return loaded.SetBitmap(m_hdc, id, type, nullptr) && loaded.IsLoaded();
+    };
+    const auto made = [](HBITMAP bitmap) { return bitmap && ::DeleteObject(bitmap); };
+    const auto header = [](BITMAPINFO* info) { return info && !::LocalFree(info); };
+    const struct
+    {
+        const char* what;
+        bool result;
+        std::function<bool()> once;
+    } kinds[] = {
+        {"PNG", true, [&] { return load(PicturePath(L"small.png")); }},
+        {"JPEG", true, [&] { return load(PicturePath(L"photo.jpg")); }},
+        {"GIF", true, [&] { return load(PicturePath(L"photo.gif")); }},
+        {"BMP", true, [&] { return load(PicturePath(L"photo.bmp")); }},
+        {"a file that is not there", false, [&] { return load(PicturePath(L"absent.png")); }},
+        {"no picture", false, [&] { return load(text); }},
+        {"a picture that is cut off", false, [&] { return load(cut); }},
+        {"a second load", true, [&] { return twice(PicturePath(L"small.png")); }},
+        {"a second load of no file", false, [&] { return twice(PicturePath(L"absent.png")); }},
+        {"a resource", true, [&] { return set(IDR_SMALL, L"PICTURE"); }},
+        {"a resource that is not there", false, [&] { return set(IDR_ABSENT, L"PICTURE"); }},
+        {"a resource that is no picture", false, [&] { return set(IDR_TEXT, RT_RCDATA); }},
+        {"drawing", true, [&] { return image.Draw(paper.Dc(), 0, 0, -1, -1) == 1; }},
+        {"stretched", true, [&] { return image.Draw(paper.Dc(), 0, 0, 16, 16) == 1; }},
+        {"drawing nowhere", true, [&] { return image.Draw(nullptr, 0, 0, -1, -1) == 1; }},
+        {"drawing what is selected elsewhere", true, [&] { return second.Draw(paper.Dc(), 0, 0, 16, 16) == 1; }},
+        {"a bitmap", true, [&] { return made(image.CreateBitmap(7, 7)); }},
+        {"a bitmap of no size", false, [&] { return made(image.CreateBitmap(0, 7)); }},
+        {"a bitmap beyond memory", false, [&] { return made(image.CreateBitmap(INT_MAX, INT_MAX)); }},
+        {"a bitmap of what is selected elsewhere", false, [&] { return made(second.CreateBitmap(7, 7)); }},
+        {"a header", true, [&] { return header(image.GetBitmapInfoStruct()); }},
+        {"a header of nothing", false, [&] { return header(CVOImage().GetBitmapInfoStruct()); }},
+        {"a copy of what is selected elsewhere", false, [&] { return made(second.Copy()); }},
+        {"a copy", true, [&] { return made(image.Copy()); }},
+    };
+    ASSERT_GT(CountHandles(), 0);
+    for (const auto& kind : kinds) {
+        SCOPED_TRACE(kind.what);
+        for (int i = 0; i < 2; ++i) EXPECT_EQ(kind.result, kind.once()); // what the system keeps from the first use on
+        const int objects = CountGdiObjects(), handles = CountHandles();
+        int asExpected = 0;
+        for (int i = 0; i < 1000; ++i) asExpected += kind.once() == kind.result;
+        EXPECT_EQ(1000, asExpected);
+        EXPECT_EQ(objects, CountGdiObjects());
+        EXPECT_EQ(handles, CountHandles());
+    }
+    ::SelectObject(elsewhere, old);
+    ::DeleteDC(elsewhere);
 }

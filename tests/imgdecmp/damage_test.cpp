@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -16,6 +17,17 @@ bool IsConsistent(CDecoder& decoder)
 {
     const HRESULT hr = decoder.Decode();
     return (hr == S_OK) == (decoder.hBitmap != nullptr) && (hr == S_OK || FAILED(hr));
+}
+
+DWORD CALLBACK ClaimTooMuch(LPSTR, DWORD dwBufferMax, LPARAM)
+{
+    return dwBufferMax + 1;
+}
+
+void CALLBACK TakeAndDelete(IImageRender* pRender, BOOL bComplete, LPARAM)
+{
+    HBITMAP hBitmap = nullptr;
+    if (bComplete && pRender->GetBitmap(&hBitmap, TRUE) == S_OK) ::DeleteObject(hBitmap);
 }
 
 void PutBig32(Bytes& data, size_t at, DWORD value)
@@ -155,25 +167,73 @@ TEST(DamageTest, WhatIsNoPictureIsRefused)
 
 TEST(DamageTest, AThousandCallsOfEachOutcomeLeaveNothingBehind)
 {
-    Bytes cut = PictureFile("rgb24.bmp");
-    cut.resize(cut.size() - 50);
-    CDecoder good(PictureFile("palette4.png")), bad(PictureFile("bilevel.png")), damaged(cut);
-    bad.info.iBitDepth = 7;
-    IImageRender* pRender = nullptr;
-    good.info.ppImageRender = &pRender;
-    const auto round = [&](int nTimes) {
-        for (int i = 0; i < nTimes; ++i) {
-            good.info.iBitDepth = i % 2 ? 8 : 24;
-            ASSERT_EQ(S_OK, good.Decode());
-            pRender->Release();
-            ASSERT_EQ(E_INVALIDARG, bad.Decode());
-            ASSERT_LT(damaged.Decode(), 0);
-        }
+    struct Kind
+    {
+        const char* pszWhat;
+        const char* pszPicture;
+        HRESULT hrExpected; // E_FAIL: any failure
+        void (*change)(Bytes& data, DecompressImageInfo& info);
     };
-    round(2); // what the system keeps, it keeps from the first use on
-    const Counts before = CountObjects();
-    round(1000);
-    const Counts after = CountObjects();
-    EXPECT_EQ(before.gdi, after.gdi);
-    EXPECT_EQ(before.handles, after.handles);
+    static IImageRender* pRender;
+    static const auto nothing = [](Bytes&, DecompressImageInfo&) {};
+    static const auto cut = [](Bytes& data, DecompressImageInfo&) { data.resize(data.size() / 2); };
+    static const Kind kKinds[] = {
+        {"PNG", "palette4.png", S_OK, nothing},
+        {"JPEG", "grey.jpg", S_OK, nothing},
+        {"GIF", "transparent.gif", S_OK, nothing},
+        {"BMP", "palette4.bmp", S_OK, nothing},
+        {"TIFF", "lzw.tif", S_OK, nothing},
+        {"ICO", "icon8.ico", S_OK, nothing},
+        {"1 bit", "palette4.png", S_OK, [](Bytes&, DecompressImageInfo& info) { info.iBitDepth = 1; }},
+        {"8 bits", "palette4.png", S_OK, [](Bytes&, DecompressImageInfo& info) { info.iBitDepth = 8; }},
+        {"16 bits", "palette4.png", S_OK, [](Bytes&, DecompressImageInfo& info) { info.iBitDepth = 16; }},
+        {"smaller", "palette4.png", S_OK, [](Bytes&, DecompressImageInfo& info) { info.iScale = 50; }},
+        {"with an object", "palette4.png", S_OK,
+         [](Bytes&, DecompressImageInfo& info) { info.ppImageRender = &pRender; }},
+        {"an object alone", "palette4.png", S_OK,
+         [](Bytes&, DecompressImageInfo& info) {
+             info.ppImageRender = &pRender;
+             info.phBM = nullptr;
+         }},
+        {"taken at the end", "palette4.png", S_OK,
+         [](Bytes&, DecompressImageInfo& info) { info.pfnImageProgress = TakeAndDelete; }},
+        {"a cut PNG", "palette4.png", E_FAIL, cut},
+        {"a cut JPEG", "grey.jpg", E_FAIL, cut},
+        {"a cut GIF", "transparent.gif", E_FAIL, cut},
+        {"a cut BMP", "palette4.bmp", E_FAIL, cut},
+        {"a cut TIFF", "lzw.tif", E_FAIL, cut},
+        {"a cut ICO", "icon8.ico", E_FAIL, cut},
+        {"nothing", "palette4.png", IMGDECOMP_E_NOIMAGE, [](Bytes& data, DecompressImageInfo&) { data.clear(); }},
+        {"no picture", "palette4.png", IMGDECOMP_E_NOIMAGE,
+         [](Bytes& data, DecompressImageInfo&) { std::fill(data.begin(), data.end(), BYTE{'x'}); }},
+        {"too large", "palette4.png", IMGDECOMP_E_NOIMAGE,
+         [](Bytes& data, DecompressImageInfo&) { PutBig32(data, 16, 0x7FFFFFFF); }},
+        {"a depth that there is not", "palette4.png", E_INVALIDARG,
+         [](Bytes&, DecompressImageInfo& info) { info.iBitDepth = 7; }},
+        {"a claim beyond the buffer", "palette4.png", E_UNEXPECTED,
+         [](Bytes&, DecompressImageInfo& info) { info.pfnGetData = ClaimTooMuch; }},
+    };
+    for (const Kind& kind : kKinds) {
+        SCOPED_TRACE(kind.pszWhat);
+        Bytes data = PictureFile(kind.pszPicture);
+        DecompressImageInfo unused = {};
+        kind.change(data, unused);
+        CDecoder decoder(data);
+        kind.change(data, decoder.info);
+        const auto isAsExpected = [&] {
+            const HRESULT hr = decoder.Decode();
+            if (decoder.info.ppImageRender && pRender) pRender->Release();
+            return kind.hrExpected == E_FAIL ? FAILED(hr) : hr == kind.hrExpected;
+        };
+        EXPECT_TRUE(isAsExpected());
+        EXPECT_TRUE(isAsExpected()); // what the system keeps, it keeps from the first use on
+        const Counts before = CountObjects();
+        ASSERT_GT(before.handles, 0);
+        int nAsExpected = 0;
+        for (int i = 0; i < 1000; ++i) nAsExpected += isAsExpected();
+        const Counts after = CountObjects();
+        EXPECT_EQ(1000, nAsExpected);
+        EXPECT_EQ(before.gdi, after.gdi);
+        EXPECT_EQ(before.handles, after.handles);
+    }
 }

@@ -1,6 +1,7 @@
 #include "decoder.h"
 
 #include "support/gdi_objects.h"
+#include "support/handle_count.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -161,8 +162,5 @@ Bytes CDecoder::Pixels() const
 
 Counts CountObjects()
 {
-    Counts counts = {};
-    counts.gdi = CountGdiObjects();
-    ::GetProcessHandleCount(::GetCurrentProcess(), &counts.handles);
-    return counts;
+    return {CountGdiObjects(), CountHandles()};
 }

@@ -72,7 +72,7 @@ private:
 // Objects of this process that GDI counts, and handles.
 struct Counts
 {
-    DWORD gdi, handles;
+    int gdi, handles;
 };
 Counts CountObjects();
 
