@@ -24,18 +24,19 @@ configure_and_build() {
         { grep -E 'error|warning|FAILED' "$log" | head -n 40 >&2; fail "building failed; all of it is in $log."; }
 }
 
-# A Wine prefix of the project's own, in the build folder: nothing of the user's is read or written.
+# use_wine [NAME]: a Wine prefix of the project's own, in the build folder: nothing of the user's is read or written.
 use_wine() {
+    local name=${1:-wine}
     # Arguments and file names are UTF-8: under the C locale Wine loses what is not ASCII.
     export LC_ALL=C.UTF-8
-    export WINEPREFIX=$PWD/build/wine WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe='
+    export WINEPREFIX=$PWD/build/$name WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe='
     if [[ ! -f $WINEPREFIX/korvane.ready ]]; then
-        say "making a 32-bit Wine prefix in build/wine"
+        say "making a 32-bit Wine prefix in build/$name"
         rm -rf "$WINEPREFIX"
-        (unset DISPLAY; wineboot -i && wineserver -w) >build/wine.log 2>&1 || fail "wineboot failed; its words are in build/wine.log."
+        (unset DISPLAY; wineboot -i && wineserver -w) >"build/$name.log" 2>&1 || fail "wineboot failed; its words are in build/$name.log."
         # Unmanaged windows: without a window manager, closing a managed one waits two seconds for an answer.
-        (unset DISPLAY; wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f && wineserver -w) >>build/wine.log 2>&1 ||
-            fail "could not write to the Wine registry; the words are in build/wine.log."
+        (unset DISPLAY; wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f && wineserver -w) >>"build/$name.log" 2>&1 ||
+            fail "could not write to the Wine registry; the words are in build/$name.log."
         touch "$WINEPREFIX/korvane.ready"
     fi
 }

@@ -1,18 +1,21 @@
 #!/usr/bin/env bash
-# Runs the test programs of both builds; the last line is "N passed, N failed". Called by ./test.
+# Runs the test programs of both builds side by side; the last line is "N passed, N failed". Called by ./test.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 . scripts/common.sh
 
-time_limit=300 # seconds for one program: a test that hangs is a failed one
+time_limit=400 # seconds for one program: a test that hangs is a failed one
 
-use_wine
-use_display
-keep_wine_server
-export KORVANE_OBJECTSTORE='C:\korvane-test-objectstore'
-
-passed=0 failed=0
-for build in mingw32 mingw32-diagnostic; do
+# run_build BUILD PREFIX [NAME...]: the programs of one build, one after the other, with a Wine prefix and a display of
+# their own. A line for each; the sums go to build/BUILD/tests.sum.
+run_build() {
+    local build=$1 prefix=$2 passed=0 failed=0 program name log started status ok bad ended
+    shift 2
+    use_wine "$prefix"
+    unset DISPLAY
+    use_display
+    keep_wine_server
+    export KORVANE_OBJECTSTORE='C:\korvane-test-objectstore'
     for program in build/"$build"/bin/test_*.exe; do
         name=$(basename "$program" .exe) name=${name#test_}
         [[ $# == 0 || " $* " == *" $name "* ]] || continue
@@ -23,12 +26,10 @@ for build in mingw32 mingw32-diagnostic; do
         # The program's own count; one that did not come to its end has none, and has failed.
         ok=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests\?\..*/\1/p' "$log" | tail -n 1)
         bad=$(sed -n 's/^\[  FAILED  \] \([0-9]*\) tests\?, listed below:.*/\1/p' "$log" | tail -n 1)
-        ok=${ok:-0} bad=${bad:-0}
+        ok=${ok:-0} bad=${bad:-0} ended=
         if ((status != 0 && bad == 0)) || ((ok + bad == 0)); then
             bad=$((bad + 1))
             ended="did not come to its end (exit code $status)"
-        else
-            ended=
         fi
         passed=$((passed + ok)) failed=$((failed + bad))
         printf '%-20s %-12s %5d passed, %d failed, %d s %s\n' "$build" "$name" "$ok" "$bad" $((SECONDS - started)) "$ended"
@@ -37,8 +38,20 @@ for build in mingw32 mingw32-diagnostic; do
             tail -n 15 "$log"
         fi
     done
-done
+    rm -rf "$WINEPREFIX/drive_c/korvane-test-objectstore"
+    echo "$passed $failed" >"build/$build/tests.sum"
+}
 
-rm -rf "$WINEPREFIX/drive_c/korvane-test-objectstore"
+rm -f build/*/tests.sum
+(run_build mingw32 wine "$@") &
+(run_build mingw32-diagnostic wine-diagnostic "$@") &
+wait
+
+passed=0 failed=0
+for build in mingw32 mingw32-diagnostic; do
+    # A run that was broken off has left no sums, and counts as a failure.
+    read -r ok bad <"build/$build/tests.sum" 2>/dev/null || { ok=0 bad=1; }
+    passed=$((passed + ok)) failed=$((failed + bad))
+done
 printf '%d passed, %d failed\n' "$passed" "$failed"
 ((failed == 0 && passed > 0))
