@@ -22,6 +22,13 @@
 #include "base/stream.h"
 #include "base/stringext.h"
 
+#include "controls/aboutdialog.h"
+#include "controls/flatcombobox.h"
+#include "controls/floatedit.h"
+#include "controls/hyperlink.h"
+#include "controls/scrolldialog.h"
+#include "controls/tooltip.h"
+
 #include "korvanedb/connection.h"
 #include "korvanedb/row.h"
 #include "korvanedb/table.h"

@@ -1,9 +1,9 @@
-#include "afx.h"
+#include "programname.h"
+
+#include "afx_app.h"
 #include "afx_msgbox.h"
 
-namespace {
-
-CString ProgramName()
+CString AfxProgramName()
 {
     CString strPath;
     const DWORD cchGot = ::GetModuleFileNameW(AfxGetInstanceHandle(), strPath.GetBuffer(MAX_PATH), MAX_PATH);
@@ -12,6 +12,8 @@ CString ProgramName()
     const int nDot = strName.ReverseFind(L'.');
     return nDot > 0 ? strName.Left(nDot) : strName;
 }
+
+namespace {
 
 UINT WithIcon(UINT nType)
 {
@@ -23,16 +25,22 @@ UINT WithIcon(UINT nType)
 
 } // namespace
 
-int AFXAPI AfxMessageBox(LPCTSTR pszText, UINT nType, UINT)
+int AfxShowMessageBox(LPCTSTR pszText, UINT nType, LPCTSTR pszTitle)
 {
     const HWND hActive = ::GetActiveWindow();
     const HWND hOwner = hActive ? ::GetAncestor(hActive, GA_ROOT) : NULL;
-    return ::MessageBoxW(hOwner, pszText ? pszText : L"", ProgramName(), WithIcon(nType));
+    return ::MessageBoxW(hOwner, pszText ? pszText : L"", pszTitle, WithIcon(nType));
+}
+
+int AFXAPI AfxMessageBox(LPCTSTR pszText, UINT nType, UINT nIDHelp)
+{
+    if (CWinApp* const pApp = AfxGetApp()) return pApp->DoMessageBox(pszText, nType, nIDHelp);
+    return AfxShowMessageBox(pszText, nType, AfxProgramName());
 }
 
 int AFXAPI AfxMessageBox(UINT nIDPrompt, UINT nType, UINT nIDHelp)
 {
     CString strText;
     strText.LoadString(nIDPrompt);
-    return AfxMessageBox(static_cast<LPCTSTR>(strText), nType, nIDHelp);
+    return AfxMessageBox(static_cast<LPCTSTR>(strText), nType, nIDHelp == static_cast<UINT>(-1) ? nIDPrompt : nIDHelp);
 }

@@ -1,25 +1,47 @@
-#include "afx.h"
+#include "threadstate.h"
+
+#include "afx_app.h"
 
 namespace {
 
-HINSTANCE g_hResource;     // borrowed; NULL: the program's own module
-CDynLinkLibrary* g_pFirst; // the libraries, last listed first
+AFX_MODULE_STATE g_program; // the program's own
+CDynLinkLibrary* g_pFirst;  // the libraries, last listed first
 
 } // namespace
 
+AFX_MODULE_STATE* AFXAPI AfxGetStaticModuleState()
+{
+    return &g_program;
+}
+
+AFX_MODULE_STATE* AFXAPI AfxGetModuleState()
+{
+    CThreadState* const pState = CThreadState::GetIfAny();
+    return pState && pState->m_pModuleState ? pState->m_pModuleState : &g_program;
+}
+
+AFX_MODULE_STATE* AFXAPI AfxSetModuleState(AFX_MODULE_STATE* pNewState)
+{
+    AFX_MODULE_STATE* const pBefore = AfxGetModuleState();
+    CThreadState::Get().m_pModuleState = pNewState;
+    return pBefore;
+}
+
 HINSTANCE AFXAPI AfxGetInstanceHandle()
 {
-    return ::GetModuleHandleW(NULL);
+    const HINSTANCE hInstance = AfxGetModuleState()->m_hCurrentInstanceHandle;
+    return hInstance ? hInstance : ::GetModuleHandleW(NULL);
 }
 
 HINSTANCE AFXAPI AfxGetResourceHandle()
 {
-    return g_hResource ? g_hResource : AfxGetInstanceHandle();
+    const HINSTANCE hResource = AfxGetModuleState()->m_hCurrentResourceHandle;
+    return hResource ? hResource : AfxGetInstanceHandle();
 }
 
 void AFXAPI AfxSetResourceHandle(HINSTANCE hInstance)
 {
-    g_hResource = hInstance;
+    AfxGetModuleState()->m_hCurrentResourceHandle = hInstance;
 }
 
 HINSTANCE AFXAPI AfxFindResourceHandle(LPCTSTR pszName, LPCTSTR pszType)
@@ -27,7 +49,7 @@ HINSTANCE AFXAPI AfxFindResourceHandle(LPCTSTR pszName, LPCTSTR pszType)
     const HINSTANCE hCurrent = AfxGetResourceHandle();
     if (::FindResourceW(hCurrent, pszName, pszType)) return hCurrent;
     if (const HINSTANCE hLibrary = CDynLinkLibrary::FindResourceHandle(pszName, pszType)) return hLibrary;
-    const HINSTANCE hProgram = AfxGetInstanceHandle();
+    const HINSTANCE hProgram = ::GetModuleHandleW(NULL);
     return ::FindResourceW(hProgram, pszName, pszType) ? hProgram : hCurrent;
 }
 

@@ -222,10 +222,10 @@ TEST(DcTest, ShapesAreOutlinedByThePenAndFilledByTheBrush)
                                     drawn([](CDC& dc) { return dc.Ellipse(CRect(0, 0, 5, 4)); }),
                                     drawn([](CDC& dc) { return dc.RoundRect(0, 0, 5, 4, 4, 4); }),
                                     drawn([](CDC& dc) { return dc.RoundRect(CRect(0, 0, 5, 4), CPoint(4, 4)); })}) {
-        EXPECT_EQ('.', look[0]) << look;                       // rounded corner
-        EXPECT_EQ('r', look[2]) << look;                       // top
-        EXPECT_EQ('g', look[2 * 6 + 2]) << look;               // inside
-        EXPECT_EQ(std::string::npos, look.find('?')) << look;  // no other colours
+        EXPECT_EQ('.', look[0]) << look;                      // rounded corner
+        EXPECT_EQ('r', look[2]) << look;                      // top
+        EXPECT_EQ('g', look[2 * 6 + 2]) << look;              // inside
+        EXPECT_EQ(std::string::npos, look.find('?')) << look; // no other colours
     }
 }
 

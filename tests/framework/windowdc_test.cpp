@@ -28,7 +28,11 @@ public:
         m_hWnd = ::CreateWindowExW(WS_EX_TOPMOST, MAKEINTATOM(kClass), L"", WS_POPUP | WS_BORDER | WS_VISIBLE, 40, 30,
                                    64, 48, NULL, NULL, ::GetModuleHandleW(NULL), NULL);
     }
-    ~CTestWindow() override { ::DestroyWindow(m_hWnd); }
+    ~CTestWindow() override
+    {
+        ::DestroyWindow(m_hWnd);
+        m_hWnd = NULL;
+    }
 
 private:
     static LRESULT CALLBACK WindowProc(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
@@ -37,6 +41,7 @@ private:
             CWnd window;
             window.m_hWnd = hWnd;
             g_onPaint(window);
+            window.m_hWnd = NULL; // it has only been lent
             return 0;
         }
         return ::DefWindowProcW(hWnd, nMessage, wParam, lParam);
@@ -53,6 +58,7 @@ CWnd* NoWindow()
 struct CGoneWindow : CWnd
 {
     CGoneWindow() { m_hWnd = reinterpret_cast<HWND>(static_cast<INT_PTR>(0x7FFE)); }
+    ~CGoneWindow() override { m_hWnd = NULL; }
 };
 
 } // namespace

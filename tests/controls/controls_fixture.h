@@ -1,0 +1,117 @@
+// What the tests of controls share: a dialog from a template that fills the screen, a person's pointer and keyboard,
+// and the answers to message boxes.
+#ifndef KORVANE_TESTS_CONTROLS_CONTROLS_FIXTURE_H
+#define KORVANE_TESTS_CONTROLS_CONTROLS_FIXTURE_H
+
+#include "controls_ids.h"
+#include "screen_support.h"
+#include "support/import_patch.h"
+
+#include <afxwin.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+// Modeless, and counts what it is told.
+class CControlsDialog : public CDialog
+{
+public:
+    BOOL Make(UINT nTemplate) { return Create(nTemplate); }
+
+    int m_nCancelled = 0;
+    int m_nAccepted = 0;
+
+protected:
+    void OnOK() override { ++m_nAccepted; }
+    void OnCancel() override { ++m_nCancelled; }
+};
+
+// While it lives, every message box of this thread is read as it comes up, and answered with OK.
+class CMessageBoxes
+{
+public:
+    struct Box
+    {
+        std::wstring text, caption;
+        HWND owner;
+        HICON icon;
+    };
+
+    // before: called with the box still open.
+    explicit CMessageBoxes(std::function<void()> before = nullptr);
+    ~CMessageBoxes();
+    CMessageBoxes(const CMessageBoxes&) = delete;
+    CMessageBoxes& operator=(const CMessageBoxes&) = delete;
+
+    const std::vector<Box>& Met() const { return m_met; }
+    // The texts, with "|" between them.
+    std::wstring Texts() const;
+
+private:
+    static LRESULT CALLBACK Hook(int nCode, WPARAM wParam, LPARAM lParam);
+    static CMessageBoxes* s_pLiving;
+
+    void Meet(HWND box);
+
+    std::vector<Box> m_met;
+    HWND m_hLast = nullptr;
+    std::function<void()> m_before;
+    HHOOK m_hook;
+};
+
+// While it lives, the library's beeps are counted instead of heard.
+class CBeeps
+{
+public:
+    CBeeps() { Types().clear(); }
+    static std::vector<UINT>& Types();
+
+private:
+    static BOOL WINAPI Count(UINT nType);
+    CImportPatch m_patch{L"korvaneLib.dll", "MessageBeep", &CBeeps::Count};
+};
+
+class CControlsFixture : public testing::Test
+{
+protected:
+    // The dialog is at the screen's origin, visible and in the foreground, its focus on the OK button; the pointer is
+    // in the lower right corner, on no control.
+    void SetUp() override;
+    void TearDown() override;
+
+    HWND Item(int nID) const { return ::GetDlgItem(m_dialog, nID); }
+    std::wstring TextOf(int nID) const;
+
+    // Dispatches what is in the queue, as the framework's own loop does.
+    static void Pump();
+    // Pumps until the predicate holds; false if it does not within 10 seconds.
+    static bool WaitFor(const std::function<bool()>& predicate);
+
+    // The pointer, in pixels of the window's client area; returns when it has arrived and was dispatched.
+    void MovePointer(HWND window, int x, int y);
+    void ParkPointer();
+    void PressButton();
+    void ReleaseButton();
+    void Click(HWND window);
+
+    // Keys go to where the focus is. Type: characters, those of the keyboard with their keys.
+    void KeyDown(UINT nKey);
+    void KeyUp(UINT nKey);
+    void Key(UINT nKey);
+    void ShiftKey(UINT nKey);
+    void Type(const wchar_t* text);
+    void Focus(HWND window);
+
+    // For people: the dialog as it is, in the folder of the screens.
+    void TakePicture(const wchar_t* name);
+
+    CControlsDialog m_dialog;
+
+private:
+    int m_nClicks = 0; // each beside the one before, so that two are no double click
+};
+
+#endif

@@ -1,0 +1,19 @@
+// Identifiers of the resources of the control tests.
+#ifndef KORVANE_TESTS_CONTROLS_CONTROLS_IDS_H
+#define KORVANE_TESTS_CONTROLS_CONTROLS_IDS_H
+
+#define IDD_CONTROLS 101
+#define IDD_CONTROLS_PAGE 102
+
+#define IDC_NUMBER 1101
+#define IDC_OTHER 1102
+#define IDC_LINK 1103
+#define IDC_LINK_EMPTY 1104
+#define IDC_LINK_CENTRED 1105
+#define IDC_LINK_RIGHT 1106
+#define IDC_LINK_MIDDLE 1107
+#define IDC_LINK_FRAMED 1108
+#define IDC_COMBO 1109
+#define IDC_LIST 1110
+
+#endif

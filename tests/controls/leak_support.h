@@ -1,0 +1,57 @@
+// Whether something that is done over and over leaves anything behind.
+#ifndef KORVANE_TESTS_CONTROLS_LEAK_SUPPORT_H
+#define KORVANE_TESTS_CONTROLS_LEAK_SUPPORT_H
+
+#include "screen_support.h"
+
+#include "support/gdi_objects.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+struct CHoldings
+{
+    int gdiObjects, windows, heapBlocks;
+};
+
+inline BOOL CALLBACK CountWindow(HWND, LPARAM count)
+{
+    ++*reinterpret_cast<int*>(count);
+    return TRUE;
+}
+
+// What this process holds once its queue is empty and the framework's temporary objects are gone.
+inline CHoldings CountHoldings()
+{
+    PumpQueue();
+    CGdiObject::DeleteTempMap();
+    CDC::DeleteTempMap();
+    CWnd::DeleteTempMap();
+    CHoldings holdings = {CountGdiObjects(), 0, 0};
+    ::EnumThreadWindows(::GetCurrentThreadId(), CountWindow, reinterpret_cast<LPARAM>(&holdings.windows));
+    std::vector<HANDLE> heaps(::GetProcessHeaps(0, nullptr));
+    heaps.resize(std::min<size_t>(heaps.size(), ::GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data())));
+    for (const HANDLE heap : heaps) {
+        PROCESS_HEAP_ENTRY entry = {};
+        while (::HeapWalk(heap, &entry)) holdings.heapBlocks += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0;
+    }
+    return holdings;
+}
+
+// Does it 500 times. The system fills caches of its own at some time, so that the counts may rise a little; a single
+// object or block that is lost each time would be 500.
+template <class Function> void ExpectNothingLeftBehind(Function function)
+{
+    for (int i = 0; i < 10; ++i) function();
+    const CHoldings before = CountHoldings();
+    for (int i = 0; i < 500; ++i) function();
+    const CHoldings after = CountHoldings();
+    EXPECT_GT(before.heapBlocks, 0);
+    EXPECT_LT(after.gdiObjects, before.gdiObjects + 50);
+    EXPECT_EQ(before.windows, after.windows);
+    EXPECT_LT(after.heapBlocks, before.heapBlocks + 250);
+}
+
+#endif

@@ -1,0 +1,21 @@
+// Ids of the dialogs of the framework's test program.
+#define IDD_EXCHANGE 400
+#define IDD_EMPTY 401
+#define IDD_PAGE_ONE 402
+#define IDD_PAGE_TWO 403
+#define IDD_DAMAGED 404
+#define IDD_LISTS 405
+#define IDD_ABSENT 409
+#define IDC_TEXT 1001
+#define IDC_NUMBER 1002
+#define IDC_REAL 1003
+#define IDC_CHECK 1004
+#define IDC_RADIO1 1005
+#define IDC_RADIO2 1006
+#define IDC_RADIO3 1007
+#define IDC_COMBO 1008
+#define IDC_LIST 1009
+#define IDC_BAR 1010
+#define IDC_PUSH 1011
+#define IDC_MANY_LINES 1012
+#define IDS_PAGE_TITLE 450
