@@ -3,8 +3,7 @@
 // Ownership  the file is borrowed and must outlive the archive, whose buffer goes to it in Close or the destructor.
 // Threads    one thread at a time.
 // Errors     a value that is not there whole throws CArchiveException*, as does storing while loading and the reverse;
-// what
-//            the file refuses throws CFileException*. A string's length is believed only as far as there is data.
+//            what the file refuses throws CFileException*. A string's length is believed only as far as there is data.
 #ifndef AFX_ARCHIVE_H
 #define AFX_ARCHIVE_H
 

@@ -1,8 +1,10 @@
 // afx_file.h - CFile, an open file, and CMemFile, the same in memory: what a CArchive writes to and reads from.
 //
 // Ownership  a CFile owns the handle it opened and closes it; a handle handed in stays open. A CMemFile owns its
-// memory. Threads    one thread at a time. Errors     what the system refuses throws CFileException*; Open reports it
-// instead. Reading past the end gives fewer bytes.
+//            memory.
+// Threads    one thread at a time.
+// Errors     what the system refuses throws CFileException*; Open reports it instead. Reading past the end gives
+//            fewer bytes.
 #ifndef AFX_FILE_H
 #define AFX_FILE_H
 

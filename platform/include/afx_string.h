@@ -1,10 +1,10 @@
 // afx_string.h - CString, the framework's UTF-16 text: one pointer to its characters, shared until somebody writes.
 //
 // Ownership  the characters belong to a counted record in front of them; copies share it, a writer first makes it its
-// own. Threads    different CStrings on different threads may share a record; one CString is for one thread at a time.
+//            own.
+// Threads    different CStrings on different threads may share a record; one CString is for one thread at a time.
 // Errors     memory that is out and sizes that cannot be allocated throw CMemoryException*; the string is then
-// unchanged.
-//            A pointer that is NULL counts as an empty text everywhere.
+//            unchanged. A pointer that is NULL counts as an empty text everywhere.
 #ifndef AFX_STRING_H
 #define AFX_STRING_H
 

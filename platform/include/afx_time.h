@@ -2,8 +2,7 @@
 //
 // Threads    values. GetLocalTm and GetGmtTm without a buffer answer in one of the calling thread's.
 // Errors     a date that does not fit into the 32 bits (before 1970-01-01 or after 2038-01-19, UTC) becomes -1. A
-// negative
-//            time has no calendar date: its fields are 0, its tm is NULL and it formats to an empty text.
+//            negative time has no calendar date: its fields are 0, its tm is NULL and it formats to an empty text.
 #ifndef AFX_TIME_H
 #define AFX_TIME_H
 

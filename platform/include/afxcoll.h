@@ -3,8 +3,7 @@
 // Ownership  the array owns its elements; references and GetData's pointer are valid until the size changes.
 // Threads    one thread at a time.
 // Errors     an index or a size out of range is an assertion, without assertions a CInvalidArgException*; memory that
-// is
-//            out is a CMemoryException*. The array is unchanged after either.
+//            is out is a CMemoryException*. The array is unchanged after either.
 #ifndef AFXCOLL_H
 #define AFXCOLL_H
 

@@ -3,8 +3,7 @@
 // Ownership  an ordinary COM object. It owns its bitmap until GetBitmap hands it over.
 // Threads    the one that decodes.
 // Errors     E_POINTER for a null out-parameter. E_PENDING: the picture is still being decoded. E_FAIL: the picture
-// could
-//            not be decoded, or its bitmap has been handed over.
+//            could not be decoded, or its bitmap has been handed over.
 #ifndef IMGRENDR_H
 #define IMGRENDR_H
 
