@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the build and the tests need on a Debian machine, and fetches the engine's source package.
+# Installs what the build and the tests need on a Debian machine, and fetches the source packages.
 # Does nothing, and says nothing, about what is already there.
 #   scripts/setup.sh [PACKAGE...]    these packages as well: what the benches measure against
 set -euo pipefail
@@ -8,7 +8,8 @@ cd "$(dirname "$0")/.."
 
 # What each package is for stands in the README under "Dependencies".
 packages=(wine wine32:i386 gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix cmake ninja-build
-          xvfb xauth imagemagick googletest libcli11-dev nlohmann-json3-dev iso-codes dpkg-dev ca-certificates "$@")
+          xvfb xauth imagemagick googletest libcli11-dev nlohmann-json3-dev iso-codes dpkg-dev ca-certificates
+          gcc libc6-dev make tcl "$@")
 
 missing=()
 for package in "${packages[@]}"; do
@@ -47,27 +48,39 @@ if ((${#missing[@]})); then
     fi
 fi
 
-# The record store's engine comes as Debian's source package: Debian has the library itself only for Linux.
-if ! compgen -G "build/deps/lmdb/lmdb_*.orig.tar.*" >/dev/null; then
-    say "fetching the source package of lmdb"
-    mkdir -p build/deps/lmdb
-    fetch() { (cd build/deps/lmdb && apt-get source --download-only lmdb) >>"$log" 2>&1; }
-    if ! fetch; then
-        # Source packages are switched on beside the sources that the machine already has.
-        for list in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
-            [[ -f $list && $list != *korvanelib* ]] || continue
-            grep -E '^deb .*debian' "$list" | sed 's/^deb /deb-src /' || true
-        done >build/korvanelib-src.list
-        for list in /etc/apt/sources.list.d/*.sources; do
-            [[ -f $list && $list != *korvanelib* ]] || continue
-            if grep -q 'debian-archive-keyring\|^URIs:.*debian' "$list"; then
-                sed -E 's/^Types:.*/Types: deb-src/' "$list"
-                echo
-            fi
-        done >build/korvanelib-src.sources
-        [[ ! -s build/korvanelib-src.list ]] || as_root install -m 644 build/korvanelib-src.list /etc/apt/sources.list.d/
-        [[ ! -s build/korvanelib-src.sources ]] || as_root install -m 644 build/korvanelib-src.sources /etc/apt/sources.list.d/
-        update_indexes
-        fetch || fail "could not fetch the source package of lmdb. The package manager's own words are at the end of $log."
+# fetch_source PACKAGE: into build/deps/PACKAGE. Source packages are switched on, where they are not, beside the sources
+# that the machine already has.
+fetch_source() {
+    local package=$1 folder=build/deps/$1
+    ! compgen -G "$folder/${package}_*.orig.tar.*" >/dev/null || return 0
+    say "fetching the source package of $package"
+    mkdir -p "$folder"
+    download() { (cd "$folder" && apt-get source --download-only "$package") >>"$log" 2>&1; }
+    if ! download; then
+        switch_on_source_packages
+        download || fail "could not fetch the source package of $package. The package manager's own words are at the end of $log."
     fi
-fi
+}
+
+switch_on_source_packages() {
+    local list
+    for list in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+        [[ -f $list && $list != *korvanelib* ]] || continue
+        grep -E '^deb .*debian' "$list" | sed 's/^deb /deb-src /' || true
+    done >build/korvanelib-src.list
+    for list in /etc/apt/sources.list.d/*.sources; do
+        [[ -f $list && $list != *korvanelib* ]] || continue
+        if grep -q 'debian-archive-keyring\|^URIs:.*debian' "$list"; then
+            sed -E 's/^Types:.*/Types: deb-src/' "$list"
+            echo
+        fi
+    done >build/korvanelib-src.sources
+    [[ ! -s build/korvanelib-src.list ]] || as_root install -m 644 build/korvanelib-src.list /etc/apt/sources.list.d/
+    [[ ! -s build/korvanelib-src.sources ]] || as_root install -m 644 build/korvanelib-src.sources /etc/apt/sources.list.d/
+    update_indexes
+}
+
+# The record store's engine, and SQLite for kvol, come as Debian's source packages: Debian has the libraries themselves
+# only for Linux.
+fetch_source lmdb
+fetch_source sqlite3
