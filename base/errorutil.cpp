@@ -43,25 +43,39 @@ void __iRecordErr(long hr)
     gErrLinenumber = 61;
 }
 
+namespace {
+
+// The device has no call that measures a formatted text, so the buffer doubles until the text fits. What a format
+// cannot print never fits, and ends at this length.
+const size_t kcchLongestMessage = 1 << 24;
+
+// The format's text; the format itself when it cannot be printed.
+std::wstring Formatted(const wchar_t* format, va_list args)
+{
+    std::wstring text(256, L'\0');
+    for (;;) {
+        va_list argsOfTry;
+        va_copy(argsOfTry, args);
+        // The system's function: the compiler's own wide formats take %s as an 8-bit string.
+        const int cch = ::_vsnwprintf(&text[0], text.size(), format, argsOfTry);
+        va_end(argsOfTry);
+        if (cch >= 0) return text.substr(0, cch);
+        if (text.size() >= kcchLongestMessage) return format;
+        text.resize(text.size() * 2);
+    }
+}
+
+} // namespace
+
 void TraceError(const wchar_t* format, ...)
 {
     if (!theLogStream || !format) return;
     va_list args;
     va_start(args, format);
-    va_list argsToMeasure;
-    va_copy(argsToMeasure, args);
     try {
-        // The system's functions: the compiler's own wide formats take %s as an 8-bit string.
-        const int cch = ::_vscwprintf(format, argsToMeasure);
-        std::wstring message = format;
-        if (cch >= 0) {
-            message.resize(cch);
-            ::_vsnwprintf(&message[0], cch, format, args);
-        }
-        *theLogStream << (L"Error: " + message + L"\n").c_str();
+        *theLogStream << (L"Error: " + Formatted(format, args) + L"\n").c_str();
     } catch (const std::exception&) {
         // Memory is out: the message is lost.
     }
-    va_end(argsToMeasure);
     va_end(args);
 }

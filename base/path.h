@@ -1,7 +1,7 @@
 // Paths: taking them apart, joining them, and turning absolute ones into relative ones and back.
 //
-// The device has one root and no current folder: "\" separates, and a path may carry a drive of two characters that
-// ends in ":". The functions work on the text alone and never ask the file system.
+// The device has one root and no current folder. A backslash separates, and a path may carry a drive of two characters that
+// ends in a colon. The functions work on the text alone and never ask the file system.
 //
 // Ownership  texts are copied; nothing is kept.
 // Threads    any; there is no state.

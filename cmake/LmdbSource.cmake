@@ -9,6 +9,7 @@ set(KORVANE_LMDB_DIR ${CMAKE_BINARY_DIR}/lmdb)
 file(MAKE_DIRECTORY ${KORVANE_LMDB_DIR})
 execute_process(COMMAND tar -xf ${package} -C ${KORVANE_LMDB_DIR} --strip-components=3 --wildcards
                         "*/liblmdb/mdb.c" "*/liblmdb/midl.c" "*/liblmdb/lmdb.h" "*/liblmdb/midl.h"
+                        "*/liblmdb/LICENSE" "*/liblmdb/COPYRIGHT"
                 COMMAND_ERROR_IS_FATAL ANY)
 file(READ ${KORVANE_LMDB_DIR}/mdb.c lmdb_source)
 

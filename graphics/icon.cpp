@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <new>
 
 // The record, and how many loaders have it. A loader that frees the record leaves null for the others.
@@ -251,7 +252,8 @@ bool CIconLoader::ReadIconFromICOFile(const TCHAR* path)
     const size_t cbRecord = offsetof(ICONRESOURCE, IconImages) + std::max(nCount, 1u) * sizeof(ICONIMAGE);
     ICONRESOURCE* const pRecord = static_cast<ICONRESOURCE*>(std::calloc(1, cbRecord));
     if (!pRecord) return false;
-    ::lstrcpynW(pRecord->szOriginalICOFileName, path, MAX_PATH);
+    // The block is zeroed: the last place keeps its terminator.
+    std::wcsncpy(pRecord->szOriginalICOFileName, path, MAX_PATH - 1);
 
     const DWORD cbFile = ::GetFileSize(file.Get(), nullptr);
     size_t cbTotal = 0;

@@ -231,7 +231,7 @@ TEST(TraceErrorTest, AMessageIsAsLongAsItNeedsToBe)
     EXPECT_EQ(OnDisk("Error: " + std::string(100000, 'm') + "\n"), log.Bytes());
 }
 
-int __cdecl CannotBeFormatted(const wchar_t*, va_list)
+int __cdecl CannotBeFormatted(wchar_t*, size_t, const wchar_t*, va_list)
 {
     return -1;
 }
@@ -239,7 +239,7 @@ int __cdecl CannotBeFormatted(const wchar_t*, va_list)
 TEST(TraceErrorTest, AFormatThatCannotBeCarriedOutIsWrittenAsItStands)
 {
     CLogToFile log;
-    const CImportPatch patch(L"korvaneLib.dll", "_vscwprintf", &CannotBeFormatted);
+    const CImportPatch patch(L"korvaneLib.dll", "_vsnwprintf", &CannotBeFormatted);
     TraceError(L"100 %% of %d", 1);
     EXPECT_EQ(OnDisk("Error: 100 %% of %d\n"), log.Bytes());
 }
