@@ -259,21 +259,21 @@ typedef struct _BY_HANDLE_DB_INFORMATION
 
 typedef struct _CENOTIFYREQUEST
 {
-    DWORD dwSize;
-    HWND hwnd;
-    DWORD dwFlags;
-    HANDLE hHeap;
-    DWORD dwParam;
+    DWORD dwSize;  // of this record
+    HWND hwnd;     // receives the messages
+    DWORD dwFlags; // CEDB_EXNOTIFICATION; 0, for the object store only
+    HANDLE hHeap;  // for the CENOTIFICATIONs, serialized; null: the process's
+    DWORD dwParam; // the caller's own, handed back
 } CENOTIFYREQUEST, *PCENOTIFYREQUEST;
 
 typedef struct _CENOTIFICATION
 {
-    DWORD dwSize;
-    DWORD dwParam;
-    UINT uType;
-    CEGUID guid;
-    CEOID oid;
-    CEOID oidParent;
+    DWORD dwSize;    // of this record
+    DWORD dwParam;   // the request's
+    UINT uType;      // DB_CEOID_CREATED, DB_CEOID_CHANGED, DB_CEOID_RECORD_DELETED
+    CEGUID guid;     // the volume's, as the handle was opened
+    CEOID oid;       // the record's
+    CEOID oidParent; // the database's
 } CENOTIFICATION, *PCENOTIFICATION;
 
 #ifdef __cplusplus
@@ -364,15 +364,33 @@ KORVANESTORE_API CEOID WINAPI CeFindNextDatabaseEx(HANDLE hEnum, PCEGUID pceguid
 // *poid counts as 0 and the object store and then all mounted volumes are searched. propid (pSort: its properties)
 // chooses the sort order: the one with just that property, or else the first that begins with it (pSort: with just
 // those properties; its flags are not looked at); 0 (null) is the order of creation. dwFlags: CEDB_AUTOINCREMENT or 0.
-// The handle stands on the first record. A notification request is checked (dwSize, a window, known flags), but nothing
-// is ever posted. Returns INVALID_HANDLE_VALUE on failure: ERROR_INVALID_PARAMETER (unknown volume, OID, sort order or
-// flags), ERROR_FILE_NOT_FOUND (no such name), ERROR_NOT_ENOUGH_MEMORY.
+// The handle stands on the first record. Returns INVALID_HANDLE_VALUE on failure: ERROR_INVALID_PARAMETER (unknown
+// volume, OID, sort order or flags, a bad notification request), ERROR_FILE_NOT_FOUND (no such name),
+// ERROR_NOT_ENOUGH_MEMORY.
+//
+// hwndNotify, pRequest (null: none): the window is posted a message for each record of the database that another thread
+// than the one that opened, or another process, creates, changes or deletes, until the handle is closed; changes made
+// through the handle itself, by whatever thread, are not told. Changes of one volume are told in the order of their
+// commits, those of a batch when it is committed.
+//   dwFlags              message                                                  wParam   lParam
+//   0                    DB_CEOID_CREATED, DB_CEOID_CHANGED,                      record   database
+//                        DB_CEOID_RECORD_DELETED
+//   CEDB_EXNOTIFICATION  WM_DBNOTIFICATION                                        0        CENOTIFICATION*
+// hwndNotify is as dwFlags 0, which mounted volumes refuse (ERROR_INVALID_PARAMETER): the message does not name one. The
+// CENOTIFICATION belongs to the receiver, who frees it by CeFreeNotification. dwSize must be right, hwnd a window. A
+// database that is open cannot be deleted, so there is no message for that. A change whose message finds no room (the
+// window's queue, the heap) is not told, nor are the oldest of more than 2,048 that a process did not take in two
+// seconds because it was stopped.
 KORVANESTORE_API HANDLE WINAPI CeOpenDatabase(PCEOID poid, LPWSTR lpszName, CEPROPID propid, DWORD dwFlags,
                                               HWND hwndNotify);
 KORVANESTORE_API HANDLE WINAPI CeOpenDatabaseEx(PCEGUID pceguid, PCEOID poid, LPWSTR lpszName, CEPROPID propid,
                                                 DWORD dwFlags, CENOTIFYREQUEST* pRequest);
 KORVANESTORE_API HANDLE WINAPI CeOpenDatabaseEx2(PCEGUID pceguid, PCEOID poid, LPWSTR lpszName, SORTORDERSPECEX* pSort,
                                                  DWORD dwFlags, CENOTIFYREQUEST* pRequest);
+
+// Frees the record of a WM_DBNOTIFICATION message. pRequest names the heap, as it did when the database was opened.
+// Errors: ERROR_INVALID_PARAMETER.
+KORVANESTORE_API BOOL WINAPI CeFreeNotification(PCENOTIFYREQUEST pRequest, PCENOTIFICATION pNotify);
 
 // ---- Seeking, reading, writing -------------------------------------------------------------------------------------
 

@@ -92,6 +92,7 @@ CWriteAccess::~CWriteAccess()
     CVolumeState& state = *m_volume.m_pState;
     if (!state.bBatch) {
         state.Abort();
+        state.Tell();
     } else if (m_bChanged && !m_bDone) {
         // Its changes cannot be taken back one by one: the batch as a whole is.
         state.dwBatchError = m_dwError != ERROR_SUCCESS ? m_dwError : ERROR_DISK_FULL;
@@ -158,6 +159,18 @@ DWORD CWriteAccess::Commit(ULONGLONG* pullVersion)
     m_bDone = true;
     if (pullVersion) *pullVersion = state.ullVersion;
     return ERROR_SUCCESS;
+}
+
+void CWriteAccess::Note(UINT uType, CEOID oid, CEOID oidParent, const void* pHandle)
+{
+    CVolumeState& state = *m_volume.m_pState;
+    if (!state.shared.IsWatched()) return;
+    const DWORD dwHandle = reinterpret_cast<DWORD>(pHandle);
+    try {
+        state.notes.push_back({uType, oid, oidParent, state.shared.Owner(), ::GetCurrentThreadId(), dwHandle});
+    } catch (const std::bad_alloc&) {
+        // The change itself is made: it must not fail for want of memory to tell of it.
+    }
 }
 
 // ---- Cursors -------------------------------------------------------------------------------------------------------

@@ -1,5 +1,7 @@
 #include "databasehandle.h"
 
+#include "watches.h"
+
 namespace store {
 
 CDatabaseHandle::CDatabaseHandle(CVolumeRef volume, const CEGUID& guid, CEOID oidDatabase, DWORD dwFlags,
@@ -11,8 +13,16 @@ CDatabaseHandle::CDatabaseHandle(CVolumeRef volume, const CEGUID& guid, CEOID oi
     m_bNoted = dwError == ERROR_SUCCESS;
 }
 
+DWORD CDatabaseHandle::Watch(const CENOTIFYREQUEST& request)
+{
+    const DWORD dwError = CWatches::Instance().Add(*this, request);
+    m_bWatched = dwError == ERROR_SUCCESS;
+    return dwError;
+}
+
 CDatabaseHandle::~CDatabaseHandle()
 {
+    if (m_bWatched) CWatches::Instance().Remove(*this);
     {
         // The engine's cursor must not go while another thread is inside the engine.
         const CReadAccess access(m_volume->Engine());

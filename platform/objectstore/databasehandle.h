@@ -36,6 +36,9 @@ public:
         m_pOrder = &order;
     }
 
+    // Has the window told of what others change in the database, until the handle is closed (watches.h).
+    DWORD Watch(const CENOTIFYREQUEST& request);
+
     // Brings the catalogue up to date. ERROR_INVALID_HANDLE when the database is gone.
     DWORD Begin(CAccess& access)
     {
@@ -110,6 +113,7 @@ private:
     const CEOID m_oidDatabase;
     const DWORD m_dwFlags;
     bool m_bNoted = false;
+    bool m_bWatched = false;
     CIndexName m_index;
     CDatabase* m_pDatabase = nullptr; // belongs to the volume
     const COrder* m_pOrder = nullptr; // belongs to the database, good while the epoch is

@@ -269,7 +269,12 @@ DWORD CVolume::CommitBatch()
         state.bBatch = false;
         state.shared->lBatch = 0;
         state.ullVersion++;
-        if (dwError == ERROR_SUCCESS) state.FlushIfDue();
+        if (dwError == ERROR_SUCCESS) {
+            state.FlushIfDue();
+            state.Tell();
+        } else {
+            state.notes.clear();
+        }
     }
     state.shared.Unlock();
     return dwError;
@@ -282,6 +287,7 @@ DWORD CVolume::AbandonBatch()
     const DWORD dwError = state.bBatch ? ERROR_SUCCESS : ERROR_NO_DATA;
     if (state.bBatch) {
         state.Abort();
+        state.notes.clear();
         state.bBatch = false;
         state.shared->lBatch = 0;
         state.ullVersion++;
@@ -350,6 +356,35 @@ bool CVolume::IsDatabaseOpen(const CAccess&, CEOID oidDatabase)
         if (nPass == 0) shared.OthersAreHere();
     }
     return true;
+}
+
+// ---- Who is told of changes ----------------------------------------------------------------------------------------
+
+void CVolume::AddWatch()
+{
+    m_pState->shared.Lock();
+    m_pState->shared.AddWatch();
+    m_pState->shared.Unlock();
+}
+
+void CVolume::RemoveWatch()
+{
+    m_pState->shared.Lock();
+    m_pState->shared.RemoveWatch();
+    m_pState->shared.Unlock();
+}
+
+DWORD CVolume::TakeNotes(CChangeNote* pNotes, DWORD nRoom)
+{
+    m_pState->shared.Lock();
+    const DWORD nTaken = m_pState->shared.TakeNotes(pNotes, nRoom);
+    m_pState->shared.Unlock();
+    return nTaken;
+}
+
+bool CVolume::IsOwn(const CChangeNote& note) const
+{
+    return note.lOwner == m_pState->shared.Owner();
 }
 
 } // namespace store

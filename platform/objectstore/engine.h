@@ -44,6 +44,7 @@ struct CFileIdentity
 bool IdentityOf(const wchar_t* pszPath, CFileIdentity& identity);
 
 class CAccess;
+struct CChangeNote;
 struct CVolumeState;
 
 class CVolume
@@ -78,6 +79,14 @@ public:
     DWORD NoteDatabaseOpen(CEOID oidDatabase);
     void NoteDatabaseClosed(CEOID oidDatabase);
     bool IsDatabaseOpen(const CAccess& access, CEOID oidDatabase);
+
+    // Who watches is told of the changes that write accesses note (CWriteAccess::Note), of all processes, in the order of
+    // their commits. Unwatched volumes cost a look at a counter. For outside of accesses, as TakeNotes is: up to nRoom
+    // changes that this process has not taken yet, 0 when there are none.
+    void AddWatch();
+    void RemoveWatch();
+    DWORD TakeNotes(CChangeNote* pNotes, DWORD nRoom);
+    bool IsOwn(const CChangeNote& note) const; // of this process
 
     // Walks both trees and the free list: every page is used exactly once, keys are in order. False, and a sentence in
     // strProblem, for the first contradiction.
@@ -146,6 +155,10 @@ public:
 
     // Commits (inside a batch: adds to it). The version is the one that accesses see from now on.
     DWORD Commit(ULONGLONG* pullVersion = nullptr);
+
+    // After a successful Commit: what was done, with which handle. Those who watch are told when the access, or the
+    // batch that it is part of, has ended well.
+    void Note(UINT uType, CEOID oid, CEOID oidParent, const void* pHandle);
 
 private:
     bool m_bChanged = false;

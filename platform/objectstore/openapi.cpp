@@ -77,7 +77,7 @@ DWORD FindByName(COpenVolume& volume, const wchar_t* pszName, CEOID& oid)
 
 // pWanted: null for the order of creation. bSearch: all volumes, by name.
 DWORD Open(const CEGUID* pguid, CEOID* poid, const wchar_t* pszName, const SORTORDERSPECEX* pWanted, bool bFirstWillDo,
-           DWORD dwFlags, HANDLE& h)
+           DWORD dwFlags, const CENOTIFYREQUEST* pRequest, HANDLE& h)
 {
     if (!pguid || !poid || (dwFlags & ~CEDB_AUTOINCREMENT)) return ERROR_INVALID_PARAMETER;
     std::vector<CVolumeRef> volumes(1);
@@ -102,6 +102,9 @@ DWORD Open(const CEGUID* pguid, CEOID* poid, const wchar_t* pszName, const SORTO
         }
     }
     if (dwError != ERROR_SUCCESS) return dwError;
+    // The old messages do not name a volume.
+    if (pRequest && !(pRequest->dwFlags & CEDB_EXNOTIFICATION) && !CHECK_SYSTEMGUID(&guids[nVolume]))
+        return ERROR_INVALID_PARAMETER;
     auto pHandle = std::make_unique<CDatabaseHandle>(volumes[nVolume], guids[nVolume], oid, dwFlags, dwError);
     if (dwError != ERROR_SUCCESS) return dwError;
     {
@@ -117,6 +120,8 @@ DWORD Open(const CEGUID* pguid, CEOID* poid, const wchar_t* pszName, const SORTO
         pHandle->SeekFromStart(access, 0);
         if (access.Error() != ERROR_SUCCESS) return access.Error();
     }
+    if (pRequest) dwError = pHandle->Watch(*pRequest);
+    if (dwError != ERROR_SUCCESS) return dwError;
     h = AddHandle(std::move(pHandle));
     if (h == INVALID_HANDLE_VALUE) return ERROR_NOT_ENOUGH_MEMORY;
     *poid = oid;
@@ -124,12 +129,12 @@ DWORD Open(const CEGUID* pguid, CEOID* poid, const wchar_t* pszName, const SORTO
 }
 
 DWORD OpenByProperty(const CEGUID* pguid, CEOID* poid, const wchar_t* pszName, CEPROPID propid, DWORD dwFlags,
-                     HANDLE& h)
+                     const CENOTIFYREQUEST* pRequest, HANDLE& h)
 {
     SORTORDERSPECEX wanted = {};
     wanted.wNumProps = 1;
     wanted.rgPropID[0] = propid;
-    return Open(pguid, poid, pszName, propid ? &wanted : nullptr, true, dwFlags, h);
+    return Open(pguid, poid, pszName, propid ? &wanted : nullptr, true, dwFlags, pRequest, h);
 }
 
 bool IsGoodRequest(const CENOTIFYREQUEST* pRequest)
@@ -190,7 +195,7 @@ HANDLE WINAPI CeOpenDatabaseEx(PCEGUID pceguid, PCEOID poid, LPWSTR lpszName, CE
 {
     return Answer(INVALID_HANDLE_VALUE, [&](HANDLE& h) -> DWORD {
         if (!IsGoodRequest(pRequest)) return ERROR_INVALID_PARAMETER;
-        return OpenByProperty(pceguid, poid, lpszName, propid, dwFlags, h);
+        return OpenByProperty(pceguid, poid, lpszName, propid, dwFlags, pRequest, h);
     });
 }
 
@@ -201,7 +206,7 @@ HANDLE WINAPI CeOpenDatabaseEx2(PCEGUID pceguid, PCEOID poid, LPWSTR lpszName, S
         if (!IsGoodRequest(pRequest) || (pSort && (pSort->wVersion != SORTORDERSPECEX_VERSION ||
                                                    pSort->wNumProps == 0 || pSort->wNumProps > CEDB_MAXSORTPROP)))
             return ERROR_INVALID_PARAMETER;
-        return Open(pceguid, poid, lpszName, pSort, false, dwFlags, h);
+        return Open(pceguid, poid, lpszName, pSort, false, dwFlags, pRequest, h);
     });
 }
 
@@ -210,6 +215,16 @@ HANDLE WINAPI CeOpenDatabase(PCEOID poid, LPWSTR lpszName, CEPROPID propid, DWOR
     return Answer(INVALID_HANDLE_VALUE, [&](HANDLE& h) -> DWORD {
         if (hwndNotify && !::IsWindow(hwndNotify)) return ERROR_INVALID_PARAMETER;
         CEGUID guid = SystemGuid();
-        return OpenByProperty(&guid, poid, lpszName, propid, dwFlags, h);
+        const CENOTIFYREQUEST request = {sizeof request, hwndNotify, 0, nullptr, 0};
+        return OpenByProperty(&guid, poid, lpszName, propid, dwFlags, hwndNotify ? &request : nullptr, h);
+    });
+}
+
+BOOL WINAPI CeFreeNotification(PCENOTIFYREQUEST pRequest, PCENOTIFICATION pNotify)
+{
+    return AnswerBool([&]() -> DWORD {
+        if (!pRequest || !pNotify) return ERROR_INVALID_PARAMETER;
+        const HANDLE hHeap = pRequest->hHeap ? pRequest->hHeap : ::GetProcessHeap();
+        return ::HeapFree(hHeap, 0, pNotify) ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
     });
 }

@@ -4,10 +4,17 @@
 #include "header.h"
 #include "processlife.h"
 
+#include <algorithm>
 #include <cwchar>
 #include <ntsecapi.h>
 
 namespace store {
+
+namespace {
+
+constexpr DWORD kLongestNoteWait = 2000; // milliseconds
+
+} // namespace
 
 CShared::~CShared()
 {
@@ -65,6 +72,7 @@ bool CShared::OthersAreHere()
             if (open.oid && open.wSlot == i) open.oid = 0;
         }
         TakeOver(static_cast<LONG>(i + 1));
+        ForgetWatches(i);
         process.dwProcess = 0;
     }
     return bOthers;
@@ -94,6 +102,7 @@ DWORD CShared::Enter()
 
 void CShared::Leave()
 {
+    ForgetWatches(m_lOwner - 1);
     m_pBlock->rgProcesses[m_lOwner - 1].dwProcess = 0;
     m_lOwner = 0;
 }
@@ -151,6 +160,90 @@ void CShared::WaitForBatch()
         ::Sleep(1);
         Lock();
     }
+}
+
+// ---- Who is told of changes ----------------------------------------------------------------------------------------
+
+HANDLE OpenNoteEvent(DWORD dwProcess, bool bOwn)
+{
+    wchar_t szName[40];
+    std::swprintf(szName, 40, L"Local\\korvanestore-notes-%08lx", dwProcess);
+    return bOwn ? ::CreateEventW(nullptr, FALSE, FALSE, szName) : ::OpenEventW(EVENT_MODIFY_STATE, FALSE, szName);
+}
+
+void CShared::AddWatch()
+{
+    auto& process = m_pBlock->rgProcesses[m_lOwner - 1];
+    if (process.nWatches++ != 0) return;
+    process.bCalled = 0;
+    process.dwSeen = m_pBlock->dwNotes;
+    ::InterlockedIncrement(&m_pBlock->nWatching);
+}
+
+void CShared::RemoveWatch()
+{
+    auto& process = m_pBlock->rgProcesses[m_lOwner - 1];
+    if (process.nWatches > 1)
+        --process.nWatches;
+    else
+        ForgetWatches(m_lOwner - 1);
+}
+
+void CShared::ForgetWatches(DWORD nSlot)
+{
+    if (::InterlockedExchange(&m_pBlock->rgProcesses[nSlot].nWatches, 0) != 0)
+        ::InterlockedDecrement(&m_pBlock->nWatching);
+}
+
+DWORD CShared::NotesThatFit() const
+{
+    DWORD nBehind = 0;
+    for (const auto& process : m_pBlock->rgProcesses)
+        if (process.dwProcess && process.nWatches) nBehind = std::max(nBehind, m_pBlock->dwNotes - process.dwSeen);
+    return kChangeNotes - std::min(nBehind, kChangeNotes);
+}
+
+void CShared::WakeWatching()
+{
+    for (DWORD i = 0; i < kProcessSlots; i++) {
+        auto& process = m_pBlock->rgProcesses[i];
+        if (!process.dwProcess || !process.nWatches || process.bCalled) continue;
+        const HANDLE hEvent = OpenNoteEvent(process.dwProcess, false);
+        if (!hEvent) {
+            if (!IsRunning(process.dwProcess, process.ftStart)) ForgetWatches(i);
+            continue;
+        }
+        process.bCalled = ::SetEvent(hEvent);
+        ::CloseHandle(hEvent);
+    }
+}
+
+void CShared::Publish(const std::vector<CChangeNote>& notes)
+{
+    const DWORD dwStart = ::GetTickCount();
+    for (size_t nDone = 0; nDone < notes.size() && IsWatched();) {
+        DWORD nFit = NotesThatFit();
+        if (nFit == 0 && ::GetTickCount() - dwStart >= kLongestNoteWait) nFit = kChangeNotes;
+        for (; nFit && nDone < notes.size(); --nFit)
+            m_pBlock->rgNotes[m_pBlock->dwNotes++ % kChangeNotes] = notes[nDone++];
+        WakeWatching();
+        if (nDone == notes.size()) break;
+        OthersAreHere(); // one that died is not waited for
+        Unlock();
+        ::Sleep(1);
+        Lock();
+    }
+}
+
+DWORD CShared::TakeNotes(CChangeNote* pNotes, DWORD nRoom)
+{
+    auto& process = m_pBlock->rgProcesses[m_lOwner - 1];
+    process.bCalled = 0;
+    if (m_pBlock->dwNotes - process.dwSeen > kChangeNotes) process.dwSeen = m_pBlock->dwNotes - kChangeNotes;
+    DWORD nTaken = 0;
+    while (nTaken < nRoom && process.dwSeen != m_pBlock->dwNotes)
+        pNotes[nTaken++] = m_pBlock->rgNotes[process.dwSeen++ % kChangeNotes];
+    return nTaken;
 }
 
 } // namespace store

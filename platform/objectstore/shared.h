@@ -12,6 +12,8 @@
 
 #include <windbase.h>
 
+#include <vector>
+
 namespace store {
 
 struct CFileIdentity;
@@ -19,6 +21,17 @@ struct CVolumeHeader;
 
 constexpr DWORD kProcessSlots = 128;
 constexpr DWORD kOpenDatabaseSlots = 4096;
+constexpr DWORD kChangeNotes = 2048;
+
+// A change that some process wants to be told of.
+struct CChangeNote
+{
+    UINT uType; // DB_CEOID_...
+    CEOID oid, oidParent;
+    LONG lOwner;    // the process that made it: slot + 1
+    DWORD dwThread; // likewise the thread
+    DWORD dwHandle; // likewise the handle, by its address
+};
 
 struct CSharedBlock
 {
@@ -35,7 +48,13 @@ struct CSharedBlock
     {
         DWORD dwProcess; // 0: free
         FILETIME ftStart;
+        LONG nWatches; // handles that are to be told of changes
+        LONG bCalled;  // its event was set and it has not looked yet
+        DWORD dwSeen;  // notes that it has taken, counted from the first there ever was
     } rgProcesses[kProcessSlots];
+    LONG nWatching; // processes with such handles: nobody else's changes are noted
+    DWORD dwNotes;  // notes there ever were; the last kChangeNotes of them are kept
+    CChangeNote rgNotes[kChangeNotes];
     DWORD dwOpenDatabases; // entries of the table below that have ever been used
     struct
     {
@@ -75,11 +94,24 @@ public:
     void WaitForBatch();
     LONG Owner() const { return m_lOwner; }
 
+    // Under the lock: this process has one handle more, or less, that is to be told of changes.
+    void AddWatch();
+    void RemoveWatch();
+    bool IsWatched() const { return m_pBlock->nWatching != 0; }
+    // Under the lock, which it may let go and take again: hands changes to all processes that watch, and wakes them.
+    // Waits for one that is behind, but for kLongestNoteWait at most: it then misses the oldest.
+    void Publish(const std::vector<CChangeNote>& notes);
+    // Under the lock: the next changes that this process has not taken yet. 0: none.
+    DWORD TakeNotes(CChangeNote* pNotes, DWORD nRoom);
+
     CSharedBlock* operator->() const { return m_pBlock; }
 
 private:
     void LockSlowly();
     void TakeOver(LONG lDead);
+    void ForgetWatches(DWORD nSlot);
+    DWORD NotesThatFit() const;
+    void WakeWatching();
     bool IsGone(LONG lOwner) const;
 
     HANDLE m_hMutex = nullptr;   // owned
@@ -87,6 +119,9 @@ private:
     CSharedBlock* m_pBlock = nullptr;
     LONG m_lOwner = 0; // slot + 1, 0 outside
 };
+
+// The event that wakes a process because of changes. Empty: it cannot be had. The caller closes it.
+HANDLE OpenNoteEvent(DWORD dwProcess, bool bOwn);
 
 inline void CShared::Lock()
 {

@@ -60,6 +60,7 @@ struct CVolumeState
     ULONGLONG ullVersion = 1;         // see CAccess::ContentVersion
     DWORD dwSeenTxn = 0;              // the committed state that ullVersion stands for
     kv_pages pages = {};
+    std::vector<CChangeNote> notes; // of the present write access or the batch: told when it has ended well
 
     ~CVolumeState();
     DWORD Open(HANDLE file, DWORD dwDisposition, bool bCreated);
@@ -80,6 +81,13 @@ struct CVolumeState
     void FlushIfDue();
     DWORD Recover();
     void CloseWriteCursors();
+    void Tell()
+    {
+        if (notes.empty()) return;
+        std::vector<CChangeNote> told;
+        told.swap(notes); // telling may let other threads in
+        shared.Publish(told);
+    }
     DWORD Close();
 };
 

@@ -217,6 +217,7 @@ DWORD Write(CDatabaseHandle& handle, CEOID& oid, const CEPROPVAL* pValues, WORD 
     if (dwError != ERROR_SUCCESS) return dwError;
     oid = oidWritten;
     handle.PlaceOn(oid, changes.NewKey());
+    access.Note(bNew ? DB_CEOID_CREATED : DB_CEOID_CHANGED, oid, handle.DatabaseOid(), &handle);
     return ERROR_SUCCESS;
 }
 
@@ -247,8 +248,10 @@ DWORD Delete(CDatabaseHandle& handle, CEOID oid)
     database.Touch();
     dwError = database.Save(access, volume.scratchValue);
     if (dwError == ERROR_SUCCESS) dwError = change.Commit();
-    if (dwError == ERROR_SUCCESS) handle.NoteDeleted(oid, changes.OldKey());
-    return dwError;
+    if (dwError != ERROR_SUCCESS) return dwError;
+    handle.NoteDeleted(oid, changes.OldKey());
+    access.Note(DB_CEOID_RECORD_DELETED, oid, handle.DatabaseOid(), &handle);
+    return ERROR_SUCCESS;
 }
 
 } // namespace

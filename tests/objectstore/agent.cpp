@@ -16,10 +16,11 @@ private:
     std::string OnHandle(const std::string& strVerb, CEOID oid, long nValue);
     std::string Database(const std::string& strName);
     std::string List();
+    std::string Watch(const std::string& strName);
 
     std::wstring m_strPath;
     CEGUID m_guid = InvalidGuid();
-    CDb m_db;
+    CDb m_db, m_watched;
 };
 
 std::string Answer(ULONG nResult)
@@ -52,6 +53,10 @@ std::string CAgentState::Do(const std::string& strLine)
         m_db = CDb(::CeOpenDatabaseEx(&m_guid, &oid, Widen(strName).data(), propid, 0, nullptr));
         return m_db.IsOpen() ? std::to_string(oid) : Answer(0);
     }
+    if (strVerb == "watch") {
+        words >> strName;
+        return Watch(strName);
+    }
     CEOID oid = 0;
     long nValue = 0;
     words >> oid >> nValue;
@@ -80,6 +85,11 @@ std::string CAgentState::OnVolume(const std::string& strVerb, CEOID oid)
 std::string CAgentState::OnHandle(const std::string& strVerb, CEOID oid, long nValue)
 {
     if (strVerb == "write") return Answer(Write(m_db, oid, CProps().I4(1, nValue)));
+    if (strVerb == "fill") {
+        for (CEOID n = 0; n < oid; ++n)
+            if (!Write(m_db, 0, CProps().I4(1, static_cast<long>(n)))) return Answer(0);
+        return "filled";
+    }
     if (strVerb == "remove") return Answer(::CeDeleteRecord(m_db, oid));
     if (strVerb == "list") return List();
     if (strVerb == "read") {
@@ -101,6 +111,15 @@ std::string CAgentState::List()
     std::string strOut = "list";
     for (const CEOID oid : WalkForward(m_db)) strOut += " " + ReadOid(m_db, oid).strContent;
     return strOut;
+}
+
+std::string CAgentState::Watch(const std::string& strName)
+{
+    const HWND hwnd = ::CreateWindowW(L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    CENOTIFYREQUEST request = {sizeof request, hwnd, CEDB_EXNOTIFICATION, nullptr, 0};
+    CEOID oid = 0;
+    m_watched = CDb(::CeOpenDatabaseEx(&m_guid, &oid, Widen(strName).data(), 0, 0, &request));
+    return m_watched.IsOpen() ? std::to_string(oid) : Answer(0);
 }
 
 int RunAgent(const CArguments& arguments)

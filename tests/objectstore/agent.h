@@ -4,6 +4,8 @@
 //   mount FLAGS | unmount | flush      the volume named at the start; mount answers with the GUID
 //   database NAME                      creates, with the order 1:I4
 //   open NAME [PROPID] | shut          the handle that the commands below use
+//   watch NAME                         another one, whose window is told of changes; nobody takes its messages
+//   fill COUNT                         so many new records, 1:I4 from 0 on
 //   write OID NUMBER                   sets property 1:I4 (OID 0: a new record)
 //   remove OID                         deletes a record
 //   read OID | list                    a record's 1:I4; all of them in the handle's order
