@@ -67,7 +67,7 @@ CReadAccess::CReadAccess(CVolume& volume) : CAccess(volume)
 {
     CVolumeState& state = *volume.m_pState;
     state.shared.Lock();
-    if (!state.bBatch) m_dwError = state.BeginReading();
+    m_dwError = !state.bBatch ? state.BeginReading() : kv_map_is_lost(state.pEnv) ? state.dwBatchError : ERROR_SUCCESS;
 }
 
 CReadAccess::~CReadAccess()

@@ -46,7 +46,8 @@ DWORD CVolumeState::WriteVolumeHeader(bool bInUse)
 // Before the first change: from now on the file is not what its header says, and a power cut must be noticed.
 DWORD CVolumeState::MarkInUse()
 {
-    const DWORD dwError = WriteVolumeHeader(true);
+    DWORD dwError = FillHoles();
+    if (dwError == ERROR_SUCCESS) dwError = WriteVolumeHeader(true);
     if (dwError == ERROR_SUCCESS) shared->bInUseMarked = 1;
     return dwError;
 }

@@ -21,9 +21,13 @@ static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_
 #include <midl.c>
 
 _Static_assert(sizeof(pgno_t) == 4 && sizeof(MDB_db) == 28, "the layout of a 32-bit build");
+_Static_assert(sizeof(MDB_meta) <= sizeof(((kv_pages*)0)->lost_metas[0]), "a copy of a meta page's content");
 _Static_assert(sizeof(kv_state) == KV_STATE_BYTES, "part of the volume format");
 
 /* ---- Which pages may be used again ---------------------------------------------------------------------------- */
+
+/* Maps of this size and more may find no room for a second one beside them. */
+enum { LARGE_MAP_BYTES = 256 << 20 };
 
 static kv_pages* pages_of(MDB_env* env)
 {
@@ -265,28 +269,60 @@ int kv_map_is_short(MDB_env* env)
     return env->me_maxpg <= mdb_env_pick_meta(env)->mm_last_pg;
 }
 
+/* The transaction's pages lie in the file: only where they are seen has changed. */
+static void move_pages(MDB_txn* txn, const char* old)
+{
+    char* const map = txn->mt_env->me_map;
+    MDB_ID2L dirty = txn->mt_u.dirty_list;
+    MDB_page** loose;
+    MDB_ID i;
+    for (i = 1; i <= dirty[0].mid; i++) dirty[i].mptr = map + ((char*)dirty[i].mptr - old);
+    for (loose = &txn->mt_loose_pgs; *loose; loose = &NEXT_LOOSE_PAGE(*loose)) {
+        *loose = (MDB_page*)(map + ((char*)*loose - old));
+    }
+}
+
+static int map_bytes(MDB_env* env, size_t bytes)
+{
+    env->me_mapsize = bytes;
+    return mdb_env_map(env, NULL);
+}
+
 int kv_remap(MDB_env* env, uint32_t bytes)
 {
-    MDB_txn* txn = env->me_txn;
-    char* old = env->me_map;
-    int rc;
-    munmap(env->me_map, env->me_mapsize);
-    env->me_map = NULL;
-    env->me_mapsize = bytes;
-    rc = mdb_env_map(env, NULL);
-    if (rc) return rc;
-    env->me_maxpg = bytes / env->me_psize;
-    if (txn && env->me_map != old) {
-        /* The transaction's pages lie in the file: only where they are seen has changed. */
-        MDB_ID2L dirty = txn->mt_u.dirty_list;
-        MDB_page** loose;
-        MDB_ID i;
-        for (i = 1; i <= dirty[0].mid; i++) dirty[i].mptr = env->me_map + ((char*)dirty[i].mptr - old);
-        for (loose = &txn->mt_loose_pgs; *loose; loose = &NEXT_LOOSE_PAGE(*loose)) {
-            *loose = (MDB_page*)(env->me_map + ((char*)*loose - old));
+    kv_pages* pages = pages_of(env);
+    char* const old = env->me_map;
+    const size_t old_bytes = env->me_mapsize;
+    int rc = map_bytes(env, bytes); /* beside the old one, which stays if this fails */
+    if (rc && bytes < LARGE_MAP_BYTES) {
+        env->me_map = old;
+        env->me_mapsize = old_bytes;
+        return rc;
+    }
+    if (old) {
+        int i;
+        for (i = 0; i < NUM_METAS; i++) memcpy(pages->lost_metas[i], env->me_metas[i], sizeof(MDB_meta));
+        munmap(old, old_bytes);
+    }
+    if (rc) {
+        /* A large one has no room beside itself, but perhaps in its place, or at least the old one has. */
+        const int old_again = (rc = map_bytes(env, bytes)) && old && !map_bytes(env, old_bytes);
+        if (rc && !old_again) {
+            int i;
+            for (i = 0; i < NUM_METAS; i++) env->me_metas[i] = (MDB_meta*)pages->lost_metas[i];
+            env->me_map = NULL;
+            env->me_maxpg = 0; /* so that kv_map_is_short asks for another try */
+            return rc;
         }
     }
-    return 0;
+    env->me_maxpg = env->me_mapsize / env->me_psize;
+    if (env->me_txn && old && env->me_map != old) move_pages(env->me_txn, old);
+    return rc;
+}
+
+int kv_map_is_lost(MDB_env* env)
+{
+    return !env->me_map;
 }
 
 uint32_t kv_pages_left(MDB_txn* txn)

@@ -39,6 +39,7 @@ typedef struct kv_pages
     uint8_t* use;                   /* a byte a page, this process's knowledge: see lmdb.c */
     uint32_t* held;                 /* pages that the transaction has put aside so far */
     uint32_t held_count, held_room;
+    uint32_t lost_metas[2][32]; /* what the meta pages said when the map was lost */
 } kv_pages;
 
 static inline int kv_bit(const uint8_t* map, uint32_t page)
@@ -65,8 +66,11 @@ uint32_t kv_committed_txnid(MDB_env* env);
 /* Whether that state reaches beyond the present map: another process has let the file grow. */
 int kv_map_is_short(MDB_env* env);
 
-/* Maps the file anew with so many bytes. A write transaction may be open, cursors on it and read transactions not. */
+/* Maps the file anew with so many bytes, or leaves the map as it was. A write transaction may be open, cursors on it and
+ * read transactions not. When there is no room for a large map even in its old place, the map is lost: until a later
+ * try, which kv_map_is_short asks for, nothing may be read, and an open transaction can only be aborted. */
 int kv_remap(MDB_env* env, uint32_t bytes);
+int kv_map_is_lost(MDB_env* env);
 /* Pages that the transaction can still take from the end of the map. */
 uint32_t kv_pages_left(MDB_txn* txn);
 

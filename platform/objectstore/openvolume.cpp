@@ -17,8 +17,15 @@ DWORD COpenVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique
 {
     std::unique_ptr<COpenVolume> opened(new COpenVolume);
     DWORD dwError = CVolume::Open(pszPath, dwDisposition, opened->m_pEngine, bExisted);
-    if (dwError == ERROR_SUCCESS) dwError = opened->Prepare();
-    if (dwError == ERROR_SUCCESS) volume = std::move(opened);
+    if (dwError != ERROR_SUCCESS) return dwError;
+    dwError = opened->Prepare();
+    if (dwError == ERROR_SUCCESS) {
+        volume = std::move(opened);
+    } else if (!bExisted) {
+        const std::wstring strPath = opened->m_pEngine->Path();
+        opened.reset();
+        ::DeleteFileW(strPath.c_str()); // refused while another process has it open
+    }
     return dwError;
 }
 

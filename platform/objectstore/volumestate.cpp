@@ -71,7 +71,9 @@ DWORD CVolumeState::MapWholeFile()
     CloseWriteCursors();
     ullVersion++;
     const DWORD cbMap = static_cast<DWORD>(std::min<LONGLONG>(cbFile.QuadPart, kLargestFile + kLargestStep));
-    return ToWin32(kv_remap(pEnv, cbMap / kPageBytes * kPageBytes));
+    const DWORD dwError = ToWin32(kv_remap(pEnv, cbMap / kPageBytes * kPageBytes));
+    if (bBatch && kv_map_is_lost(pEnv)) dwBatchError = dwError;
+    return dwError;
 }
 
 // Makes sure that the open transaction finds pages for cb bytes of changes.
@@ -90,10 +92,34 @@ DWORD CVolumeState::MakeRoom(size_t cb)
     for (DWORD cbDone = 0; cbDone < cbStep;) {
         const DWORD cbPiece = std::min<DWORD>(cbStep - cbDone, sizeof rgZeros);
         const DWORD dwError = WriteAt(hFile, cbOld + cbDone, rgZeros, cbPiece);
-        if (dwError != ERROR_SUCCESS) return dwError == ERROR_HANDLE_DISK_FULL ? ERROR_DISK_FULL : dwError;
+        if (dwError != ERROR_SUCCESS) {
+            if (cbDone >= dwNeeded * kPageBytes) break; // less than was asked for, but enough
+            // What the disk did take is given back to it. If that fails the file is only longer than it need be.
+            if (::SetFilePointer(hFile, static_cast<LONG>(cbOld), nullptr, FILE_BEGIN) == cbOld) ::SetEndOfFile(hFile);
+            return dwError == ERROR_HANDLE_DISK_FULL ? ERROR_DISK_FULL : dwError;
+        }
         cbDone += cbPiece;
     }
     return MapWholeFile();
+}
+
+// A file that was copied may have holes where there were zeros. They are filled before the first change: a store into a
+// hole on a full disk is an access violation.
+DWORD CVolumeState::FillHoles()
+{
+    FILE_STANDARD_INFO info;
+    if (!::GetFileInformationByHandleEx(hFile, FileStandardInfo, &info, sizeof info)) return ::GetLastError();
+    if (info.AllocationSize.QuadPart >= info.EndOfFile.QuadPart) return ERROR_SUCCESS;
+    static const BYTE rgZeros[kPageBytes] = {};
+    BYTE rgPage[kPageBytes];
+    const DWORD cbFile = info.EndOfFile.LowPart / kPageBytes * kPageBytes;
+    for (DWORD cbDone = 0; cbDone < cbFile; cbDone += kPageBytes) {
+        DWORD dwError = ReadAt(hFile, cbDone, rgPage, kPageBytes);
+        if (dwError == ERROR_SUCCESS && std::memcmp(rgPage, rgZeros, kPageBytes) == 0)
+            dwError = WriteAt(hFile, cbDone, rgZeros, kPageBytes);
+        if (dwError != ERROR_SUCCESS) return dwError == ERROR_HANDLE_DISK_FULL ? ERROR_DISK_FULL : dwError;
+    }
+    return ERROR_SUCCESS;
 }
 
 DWORD CVolumeState::BeginTransaction()

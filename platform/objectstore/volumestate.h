@@ -75,6 +75,7 @@ struct CVolumeState
     void Abort();
     DWORD MapWholeFile();
     DWORD MakeRoom(size_t cb);
+    DWORD FillHoles();
     DWORD WriteVolumeHeader(bool bInUse);
     DWORD MarkInUse();
     DWORD FlushLocked();
