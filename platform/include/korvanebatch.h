@@ -1,5 +1,5 @@
-// korvanebatch.h - several calls on a volume as one transaction, and a volume's check-up. Extensions of
-// korvanestore.dll; the device has neither.
+// korvanebatch.h - several calls on a volume as one transaction, and the care of volumes: check-up,
+// compaction. Extensions of korvanestore.dll; the device has none of them.
 //
 // Between CeBeginBatch and CeCommitBatch all changes that this process makes to the volume, through whatever handle,
 // are one transaction: this process sees them at once, other processes see all of them or none, when the batch is
@@ -29,5 +29,17 @@ KORVANESTORE_API BOOL WINAPI CeAbandonBatch(PCEGUID pceguid);
 // TRUE when nothing is wrong. FALSE with ERROR_FILE_CORRUPT when something is: lpProblem (dwNumChars characters, may be
 // null) receives one sentence on the first thing found. Other errors: the check could not be made.
 KORVANESTORE_API BOOL WINAPI CeCheckDBVol(PCEGUID pceguid, LPWSTR lpProblem, DWORD dwNumChars);
+
+// Writes the volume file at this path anew, without its free space: to a file beside it, its path with ".compacting"
+// behind, which is checked as a whole and then takes the volume's place in one renaming. Databases and records keep
+// everything: OIDs, names, types, flags, sort orders, times. Until the renaming the volume is only read; whatever
+// fails, and wherever the process is killed, it is there as it was. What a killed process has left of the new file, the
+// next compaction overwrites.
+// Nobody may have the volume mounted, and nobody can mount it meanwhile. Errors: ERROR_SHARING_VIOLATION or
+// ERROR_ACCESS_DENIED (it is mounted, or no file can be made beside it), ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND,
+// ERROR_DISK_FULL, ERROR_INVALID_PARAMETER (a path of more than 248 characters), ERROR_REVISION_MISMATCH,
+// ERROR_FILE_CORRUPT: lpProblem (dwNumChars characters, may be null) receives one sentence on the first thing found,
+// or is empty when the file is no volume.
+KORVANESTORE_API BOOL WINAPI CeCompactDBVol(LPCWSTR lpszDBVol, LPWSTR lpProblem, DWORD dwNumChars);
 
 #endif

@@ -116,6 +116,19 @@ DWORD CWriteAccess::Put(CBytes key, CBytes value)
 
 DWORD CWriteAccess::Put(CBytes key, size_t cb, BYTE*& p)
 {
+    return Insert(key, cb, p, 0);
+}
+
+DWORD CWriteAccess::Append(CBytes key, CBytes value)
+{
+    BYTE* p = nullptr;
+    const DWORD dwError = Insert(key, value.cb, p, MDB_APPEND);
+    if (dwError == ERROR_SUCCESS) std::memcpy(p, value.p, value.cb);
+    return dwError;
+}
+
+DWORD CWriteAccess::Insert(CBytes key, size_t cb, BYTE*& p, unsigned nFlags)
+{
     CVolumeState& state = *m_volume.m_pState;
     DWORD dwError = state.MakeRoom(cb);
     if (dwError == ERROR_SUCCESS) {
@@ -123,7 +136,7 @@ DWORD CWriteAccess::Put(CBytes key, size_t cb, BYTE*& p)
         state.ullVersion++;
         m_bChanged = true;
         MDB_val k = ToVal(key), v = {cb, nullptr};
-        dwError = ToWin32(mdb_put(state.pWriteTxn, kMainTree, &k, &v, MDB_RESERVE));
+        dwError = ToWin32(mdb_put(state.pWriteTxn, kMainTree, &k, &v, MDB_RESERVE | nFlags));
         p = static_cast<BYTE*>(v.mv_data);
     }
     if (dwError != ERROR_SUCCESS) m_dwError = dwError;

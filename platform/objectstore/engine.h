@@ -150,6 +150,9 @@ public:
     // Sets a key's value. The second form leaves the cb bytes to be filled at p before anything else is called.
     DWORD Put(CBytes key, CBytes value);
     DWORD Put(CBytes key, size_t cb, BYTE*& p);
+    // Puts a key behind all that there are, which fills pages where Put would halve them. ERROR_FILE_CORRUPT for a key
+    // that belongs elsewhere.
+    DWORD Append(CBytes key, CBytes value);
     // Removes a key. ERROR_FILE_NOT_FOUND when there is none.
     DWORD Delete(CBytes key);
 
@@ -161,6 +164,7 @@ public:
     void Note(UINT uType, CEOID oid, CEOID oidParent, const void* pHandle);
 
 private:
+    DWORD Insert(CBytes key, size_t cb, BYTE*& p, unsigned nFlags);
     bool m_bChanged = false;
     bool m_bDone = false;
 };

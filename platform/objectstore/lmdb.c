@@ -417,3 +417,74 @@ int kv_list_used(MDB_txn* txn, uint8_t* used_map, uint32_t* page)
     }
     return MDB_SUCCESS;
 }
+
+/* ---- Pages as they lie in a file ------------------------------------------------------------------------------- */
+
+kv_tree kv_tree_of(const kv_state* state, int which)
+{
+    MDB_db trees[CORE_DBS];
+    kv_tree tree;
+    memcpy(trees, state->trees, sizeof trees);
+    tree.root = trees[which].md_root == P_INVALID ? KV_NO_PAGE : trees[which].md_root;
+    tree.depth = trees[which].md_depth;
+    tree.entries = trees[which].md_entries;
+    return tree;
+}
+
+int kv_read_meta(const uint8_t bytes[KV_PAGE_BYTES], uint32_t number, kv_state* state)
+{
+    const MDB_page* page = (const MDB_page*)bytes;
+    const MDB_meta* meta = METADATA(page);
+    if (page->mp_pgno != number || page->mp_flags != P_META || meta->mm_magic != MDB_MAGIC ||
+        meta->mm_version != MDB_DATA_VERSION || meta->mm_psize != KV_PAGE_BYTES) {
+        return MDB_INVALID;
+    }
+    state_of(meta, state);
+    return kv_state_is_sound(state, 0xFFFFFFFFu) ? MDB_SUCCESS : MDB_INVALID;
+}
+
+int kv_page_kind(const uint8_t bytes[KV_PAGE_BYTES], uint32_t number, uint32_t end)
+{
+    const MDB_page* page = (const MDB_page*)bytes;
+    if (number < KV_RESERVED_PAGES || number >= end || !page_is_sound(page, number, end, 0)) return KV_PAGE_BAD;
+    return IS_BRANCH(page) ? KV_PAGE_BRANCH : IS_LEAF(page) ? KV_PAGE_LEAF : KV_PAGE_LARGE;
+}
+
+uint32_t kv_entry_count(const uint8_t bytes[KV_PAGE_BYTES])
+{
+    const MDB_page* page = (const MDB_page*)bytes;
+    return NUMKEYS(page);
+}
+
+kv_entry kv_entry_at(const uint8_t bytes[KV_PAGE_BYTES], uint32_t index)
+{
+    MDB_page* page = (MDB_page*)bytes;
+    const MDB_node* node = NODEPTR(page, index);
+    kv_entry entry = {NODEKEY(node), NULL, NODEKSZ(node), 0, KV_NO_PAGE};
+    if (IS_BRANCH(page)) {
+        entry.page = NODEPGNO(node);
+        return entry;
+    }
+    entry.value_bytes = NODEDSZ(node);
+    if (node->mn_flags & F_BIGDATA) {
+        memcpy(&entry.page, NODEDATA(node), sizeof entry.page);
+    } else {
+        entry.value = NODEDATA(node);
+    }
+    return entry;
+}
+
+uint32_t kv_large_pages(uint32_t value_bytes)
+{
+    return OVPAGES(value_bytes, KV_PAGE_BYTES);
+}
+
+uint32_t kv_large_page_count(const uint8_t bytes[KV_PAGE_BYTES])
+{
+    return ((const MDB_page*)bytes)->mp_pages;
+}
+
+uint32_t kv_large_offset(void)
+{
+    return PAGEHDRSZ;
+}

@@ -87,6 +87,42 @@ int kv_list_free(MDB_txn* txn, uint8_t* free_map);
  * twice, lies outside, or makes no sense. */
 int kv_list_used(MDB_txn* txn, uint8_t* used_map, uint32_t* page);
 
+/* ---- Pages as they lie in a file, without an environment ---- */
+
+typedef struct kv_tree
+{
+    uint32_t root; /* KV_NO_PAGE: the tree is empty */
+    uint32_t depth;
+    uint32_t entries;
+} kv_tree;
+
+typedef struct kv_entry
+{
+    const uint8_t* key;
+    const uint8_t* value; /* null in a branch page, and for a value in large pages */
+    uint32_t key_bytes, value_bytes;
+    uint32_t page; /* a branch page's child, or the first of the large pages */
+} kv_entry;
+
+enum { KV_FREE_TREE, KV_MAP_TREE };
+enum { KV_PAGE_BAD, KV_PAGE_BRANCH, KV_PAGE_LEAF, KV_PAGE_LARGE };
+#define KV_NO_PAGE 0xFFFFFFFFu
+
+kv_tree kv_tree_of(const kv_state* state, int which);
+/* The state of one of the two meta pages (number 0 or 1). MDB_INVALID when it makes no sense; the file's size is not
+ * looked at. */
+int kv_read_meta(const uint8_t page[KV_PAGE_BYTES], uint32_t number, kv_state* state);
+/* What a page is; bad when it contradicts itself, is not the one of that number, or refers to pages from `end` on. */
+int kv_page_kind(const uint8_t page[KV_PAGE_BYTES], uint32_t number, uint32_t end);
+/* The entries of a branch or leaf page that is sound. */
+uint32_t kv_entry_count(const uint8_t page[KV_PAGE_BYTES]);
+kv_entry kv_entry_at(const uint8_t page[KV_PAGE_BYTES], uint32_t index);
+/* Of a large value: how many pages one of so many bytes takes, how many the first page says there are, and where in
+ * the first page it begins. */
+uint32_t kv_large_pages(uint32_t value_bytes);
+uint32_t kv_large_page_count(const uint8_t page[KV_PAGE_BYTES]);
+uint32_t kv_large_offset(void);
+
 #ifdef __cplusplus
 }
 #endif

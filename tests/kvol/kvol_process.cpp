@@ -107,8 +107,33 @@ Outcome Kvol(const std::vector<std::string>& arguments)
     return outcome;
 }
 
+bool KvolKilledAfter(const std::vector<std::string>& arguments, DWORD dwMilliseconds)
+{
+    const std::wstring program = BesideThisProgram(L"kvol.exe");
+    std::wstring line = QuotedArgument(program);
+    for (const std::string& argument : arguments) line += L" " + QuotedArgument(kvol::Wide(argument));
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr,
+                          &startup, &process)) {
+        ADD_FAILURE() << "kvol.exe cannot be started: error " << ::GetLastError();
+        return false;
+    }
+    const bool bRunning = ::WaitForSingleObject(process.hProcess, dwMilliseconds) == WAIT_TIMEOUT;
+    if (bRunning) ::TerminateProcess(process.hProcess, 98);
+    ::WaitForSingleObject(process.hProcess, INFINITE);
+    ::CloseHandle(process.hThread);
+    ::CloseHandle(process.hProcess);
+    return bRunning;
+}
+
 KvolTest::KvolTest() : m_volume(Path("test.vol"))
 {
+    // Wine starts its desktop with the first program that comes near one, and that program's pipes would be the
+    // desktop's for as long as it runs: so not with one of ours.
+    static const HWND s_hDesktop = ::GetDesktopWindow();
+    EXPECT_NE(nullptr, s_hDesktop);
     ::SetEnvironmentVariableW(L"KORVANE_OBJECTSTORE", m_folder.Path().c_str());
 }
 

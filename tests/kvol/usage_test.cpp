@@ -8,7 +8,8 @@ using KvolUsageTest = KvolTest;
 
 TEST_F(KvolUsageTest, EveryCommandHasHelp)
 {
-    for (const char* pszCommand : {"import", "tables", "schema", "dump", "seek", "set", "delete", "check"}) {
+    for (const char* pszCommand :
+         {"import", "tables", "schema", "dump", "seek", "set", "delete", "check", "drop", "compact"}) {
         SCOPED_TRACE(pszCommand);
         const Outcome outcome = Kvol({pszCommand, "--help"});
         EXPECT_EQ(0u, outcome.code) << outcome;
@@ -18,7 +19,8 @@ TEST_F(KvolUsageTest, EveryCommandHasHelp)
     }
     const Outcome outcome = Kvol({"--help"});
     EXPECT_EQ(0u, outcome.code) << outcome;
-    for (const char* pszCommand : {"import", "tables", "schema", "dump", "seek", "set", "delete", "check"})
+    for (const char* pszCommand :
+         {"import", "tables", "schema", "dump", "seek", "set", "delete", "check", "drop", "compact"})
         EXPECT_TRUE(outcome.OutHas(pszCommand));
 }
 
@@ -47,6 +49,8 @@ TEST_F(KvolUsageTest, WrongUsageIsSaidOnStandardErrorWithExitCodeTwo)
         {{"set", Volume(), "t", "i", "v", "noequals"}, "noequals"},
         {{"delete", Volume(), "t", "i"}, "VALUE"},
         {{"check"}, "VOLUME"},
+        {{"drop", Volume()}, "TABLE"},
+        {{"compact"}, "VOLUME"},
         {{"import", Volume(), "t"}, "FILE"},
         {{"import", Volume(), "t", file, "--field", "a"}, "NAME:TYPE"},
         {{"import", Volume(), "t", file, "--field", "a:I8"}, "I2, UI2, I4, UI4, R8, BOOL, FILETIME, LPWSTR"},
@@ -94,7 +98,9 @@ TEST_F(KvolUsageTest, AVolumeThatIsNoneIsRefusedByEveryCommandAndLeftAsItIs)
                                                                            {"seek", volume, "t", "i", "v"},
                                                                            {"set", volume, "t", "i", "v", "a=1"},
                                                                            {"delete", volume, "t", "i", "v"},
-                                                                           {"check", volume}}) {
+                                                                           {"check", volume},
+                                                                           {"drop", volume, "t"},
+                                                                           {"compact", volume}}) {
             SCOPED_TRACE(arguments[0] + " " + name);
             const Outcome outcome = Kvol(arguments);
             EXPECT_EQ(1u, outcome.code) << outcome;
@@ -110,8 +116,10 @@ TEST_F(KvolUsageTest, AVolumeThatIsNoneIsRefusedByEveryCommandAndLeftAsItIs)
 
 TEST_F(KvolUsageTest, AMissingVolumeIsAFailureExceptForImport)
 {
-    for (const char* pszCommand : {"tables", "schema", "check"}) {
-        const Outcome outcome = Kvol({pszCommand, Volume()});
+    for (const char* pszCommand : {"tables", "schema", "check", "drop", "compact"}) {
+        const Outcome outcome =
+            Kvol(pszCommand == std::string("drop") ? std::vector<std::string>{pszCommand, Volume(), "t"}
+                                                   : std::vector<std::string>{pszCommand, Volume()});
         EXPECT_EQ(1u, outcome.code) << outcome;
         EXPECT_TRUE(outcome.ErrHas("no such file")) << outcome;
         EXPECT_FALSE(Exists("test.vol"));

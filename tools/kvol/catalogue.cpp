@@ -239,15 +239,22 @@ void CCatalogue::RemoveRows(const wchar_t* pszCatalogue, int idField, CEOID oidT
     }
 }
 
-void CCatalogue::Remove(const TableInfo& table)
+void CCatalogue::Remove(const TableInfo& table, const char* pszVerb)
 {
     const CEOID oid = table.oid;
+    // Only a damaged catalogue has a table that leads to a catalogue.
+    CEDBASEINFO info = {};
+    if (DescribeDatabase(m_volume, oid, info) && ::_wcsnicmp(info.szDbaseName, L"MSys", 4) == 0) {
+        throw CFailure(std::string("cannot ") + pszVerb + " the table " + Quoted(table.name) +
+                       ": its database is called " + Quoted(std::wstring_view(info.szDbaseName)) +
+                       "; \"kvol check\" tells more");
+    }
     if (!::CeDeleteDatabaseEx(m_volume.Guid(), oid)) {
         const DWORD dwError = ::GetLastError();
-        // A table whose database is gone is replaced all the same: that mends the volume.
+        // A table whose database is gone is removed all the same: that mends the volume.
         if (dwError != ERROR_INVALID_PARAMETER) {
             throw CFailure(
-                "cannot replace the table " + Quoted(table.name) + ": " +
+                std::string("cannot ") + pszVerb + " the table " + Quoted(table.name) + ": " +
                 (dwError == ERROR_SHARING_VIOLATION ? "a program has it open; close that first" : SystemText(dwError)));
         }
     }

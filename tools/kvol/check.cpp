@@ -18,14 +18,6 @@ void CReport::Note(const std::string& where, const std::string& what)
     Out("note: " + where + ": " + what + "\n");
 }
 
-bool DescribeDatabase(CVolume& volume, CEOID oid, CEDBASEINFO& info)
-{
-    CEOIDINFO object = {};
-    if (!::CeOidGetInfoEx(volume.Guid(), oid, &object) || object.wObjType != OBJTYPE_DATABASE) return false;
-    info = object.infDatabase;
-    return true;
-}
-
 namespace {
 
 // What the store itself finds: pages, keys, entries and counts below what its calls and the library show.

@@ -26,9 +26,6 @@ void CheckCatalogues(CVolume& volume, CCatalogue& catalogue, CReport& report);
 // of records. A fault that keeps it from going on with the table is reported like the others.
 size_t CheckTable(CVolume& volume, const TableInfo& table, CReport& report);
 
-// A database as the store describes it; false when the OID is of no database.
-bool DescribeDatabase(CVolume& volume, CEOID oid, CEDBASEINFO& info);
-
 } // namespace kvol
 
 #endif

@@ -64,6 +64,8 @@ void RunSeek(const Options& options);
 void RunSet(const Options& options);
 void RunDelete(const Options& options);
 bool RunCheck(const Options& options);
+void RunDrop(const Options& options);
+void RunCompact(const Options& options);
 
 } // namespace kvol
 

@@ -125,6 +125,9 @@ private:
     bool m_bOpen = true;
 };
 
+// A database as the store describes it; false when the OID is of no database.
+bool DescribeDatabase(CVolume& volume, CEOID oid, CEDBASEINFO& info);
+
 // A catalogue record as it stands; VT_NULL where it lacks the property.
 struct CatalogueRow
 {
@@ -160,8 +163,8 @@ public:
 
     // Creates the table's database and lists the table; sets table.oid.
     void Add(TableInfo& table);
-    // Removes the table's database, records and all, and what the catalogues say of it.
-    void Remove(const TableInfo& table);
+    // Removes the table's database, records and all, and what the catalogues say of it. The verb is for the message.
+    void Remove(const TableInfo& table, const char* pszVerb);
 
 private:
     CSmartPtr<KorvaneDB::CRow> OpenCatalogue(const wchar_t* pszCatalogue);

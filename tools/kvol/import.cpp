@@ -224,7 +224,7 @@ void RunImport(const Options& options)
                            " already; say --append to add to it or --replace to make it anew");
         }
         table = DesignTable(options, source);
-        if (pExisting) catalogue.Remove(TableInfo(*pExisting));
+        if (pExisting) catalogue.Remove(TableInfo(*pExisting), "replace");
         catalogue.Add(table);
     }
     WriteRecords(volume, table, source);

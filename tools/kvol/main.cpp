@@ -62,6 +62,12 @@ int Run(const kvol::Request& request)
     case Command::Check:
         bDone = kvol::RunCheck(options);
         break;
+    case Command::Drop:
+        kvol::RunDrop(options);
+        break;
+    case Command::Compact:
+        kvol::RunCompact(options);
+        break;
     }
     kvol::FlushOut();
     return bDone ? kDone : kFailed;

@@ -85,6 +85,8 @@ public:
         AddSet();
         AddDelete();
         AddCheck();
+        AddDrop();
+        AddCompact();
     }
 
     Request Parse(std::vector<std::string> arguments)
@@ -234,6 +236,19 @@ private:
     {
         Add("check", "Verifies every record, index entry, catalogue row and count", Request::Command::Check, false)
             ->footer(kExitCodes);
+    }
+
+    void AddDrop()
+    {
+        Add("drop", "Removes a table: its records, its indexes, and what the catalogues say of it",
+            Request::Command::Drop, true)
+            ->footer(kExitCodes);
+    }
+
+    void AddCompact()
+    {
+        Add("compact", "Writes the volume anew without its free space", Request::Command::Compact, false)
+            ->footer(std::string("The new file replaces the volume in one step at the end.\n") + kExitCodes);
     }
 
     CLI::App m_app;

@@ -20,6 +20,8 @@ struct Request
         Set,
         Delete,
         Check,
+        Drop,
+        Compact,
     };
     Command command = Command::Answered;
     Options options;

@@ -44,6 +44,14 @@ CVolume::~CVolume()
     if (m_bRemove) ::DeleteFileW(m_widePath.c_str());
 }
 
+bool DescribeDatabase(CVolume& volume, CEOID oid, CEDBASEINFO& info)
+{
+    CEOIDINFO object = {};
+    if (!::CeOidGetInfoEx(volume.Guid(), oid, &object) || object.wObjType != OBJTYPE_DATABASE) return false;
+    info = object.infDatabase;
+    return true;
+}
+
 CBatch::CBatch(CVolume& volume) : m_volume(volume)
 {
     if (!::CeBeginBatch(volume.Guid())) {
