@@ -177,6 +177,7 @@ void CompareDecoding(const char* title, IWICImagingFactory* factory, HDC dc, con
         return right;
     });
     decoding.Run();
+    bench::Judge(decoding.Results(), std::string("images: ") + title, "`CVOImage`", "bare", bench::AtMost(1.15));
 }
 
 // 16, 32 and 48 pixels, each in 16 colours, 256 and all; the bits count upwards.
@@ -240,8 +241,9 @@ void CompareReading(const CString& path)
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    bench::Start(argc, argv);
     static OwnFolder folder; // goes at exit, however the program ends
     bench::PrintText("## Images\n\n"
                      "A picture of 1,024 by 1,024 pixels in a file, decoded into a bitmap of 32 bits a pixel; every "

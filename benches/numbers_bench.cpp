@@ -86,6 +86,12 @@ public:
         m_comparison.Add(name, how, [this, expected = SumAll<Read>()] { return SumAll<Read>() == expected; });
     }
     void Run() { m_comparison.Run(); }
+    void Judge(const char* subject) const
+    {
+        const std::string job = std::string("numbers: ") + m_comparison.Results().title;
+        bench::Judge(m_comparison.Results(), job, subject, "`std::from_chars`", bench::AtLeast(1.5));
+        bench::Judge(m_comparison.Results(), job, subject, "`std::wcstod`", bench::AtLeast(20));
+    }
 
 private:
     template <Reader<T> Read> double SumAll() const
@@ -133,8 +139,9 @@ double SystemDouble(const wchar_t* text)
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    bench::Start(argc, argv);
     const Texts texts = MakeTexts();
     bench::PrintText(
         "## Text to number\n\n"
@@ -150,6 +157,7 @@ int main()
     doubles.Add<SystemDouble>("`_wtof`", "the system's C library's");
     doubles.Add<FromStream<double>>("`std::wistringstream`", "one made for each text");
     doubles.Run();
+    doubles.Judge("`_ttod`");
 
     NumberBench<float> floats(texts, "Single precision");
     floats.Add<OurFloat>("`_ttof`", "the text as it is");
@@ -158,4 +166,5 @@ int main()
     floats.Add<WideDoubleRounded>("`std::wcstod`", "the same library's, the result rounded");
     floats.Add<FromStream<float>>("`std::wistringstream`", "one made for each text");
     floats.Run();
+    floats.Judge("`_ttof`");
 }

@@ -44,8 +44,9 @@ template <class Call> bool Repeat(Call call)
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    bench::Start(argc, argv);
     static OwnKey key; // goes at exit, however the program ends
     bench::PrintText("## Registry\n\n"
                      "One value of a key that is open. Each registry call is one round trip to another process, which "
@@ -68,6 +69,7 @@ int main()
         });
     });
     numbers.Run();
+    bench::Judge(numbers.Results(), "registry: read a number", "`CRegistryValue`", "bare", bench::AtMost(1.1));
 
     bench::Comparison texts("Reading a text of any length", "us a value", kMicroseconds);
     texts.Add("`CRegistryValue`", "`CString s = key->GetVals(name)`", [&] {
@@ -97,6 +99,7 @@ int main()
         });
     });
     texts.Run();
+    bench::Judge(texts.Results(), "registry: read a text", "`CRegistryValue`", "bare, size first", bench::AtMost(1.1));
 
     bench::Comparison writing("Writing a text", "us a value", kMicroseconds);
     writing.Add("`CRegistryKey`", "`key->PutVals(name, text)`", [&] {
@@ -113,4 +116,5 @@ int main()
         });
     });
     writing.Run();
+    bench::Judge(writing.Results(), "registry: write a text", "`CRegistryKey`", "bare", bench::AtMost(1.1));
 }

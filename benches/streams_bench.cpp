@@ -21,10 +21,25 @@ std::vector<Record> MakeRecords()
     return records;
 }
 
+// The peers in the fastest of their two forms.
+void JudgeStreams(const bench::Table& table, const char* job, double msgpackLimit, double cerealLimit)
+{
+    const std::string what = std::string("streams: ") + job + " a record";
+    const auto fastest = [&](const char* left, const char* right) {
+        return bench::SpreadOf(table[left].times).median <= bench::SpreadOf(table[right].times).median ? left : right;
+    };
+    bench::Judge(table, what, "memory stream", fastest("msgpack-cxx, block", "msgpack-cxx, sbuffer"),
+                 bench::AtLeast(msgpackLimit));
+    bench::Judge(table, what, "memory stream", fastest("cereal, memory", "cereal, string stream"),
+                 bench::AtLeast(cerealLimit));
+    bench::Judge(table, what, "memory stream", "check-free", bench::AtMost(1.4));
+}
+
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    bench::Start(argc, argv);
     const std::vector<Record> source = MakeRecords();
     Subjects subjects;
     AddOurs(subjects, source);
@@ -66,6 +81,7 @@ int main()
                      [&, i] { return subjects[i]->Encode() == sizes[i]; });
     }
     encoding.Run();
+    JudgeStreams(encoding.Results(), "encode", 1.6, 3);
 
     Sink expected;
     subjects.front()->Decode(expected);
@@ -78,4 +94,5 @@ int main()
         });
     }
     decoding.Run();
+    JudgeStreams(decoding.Results(), "decode", 6, 3);
 }
