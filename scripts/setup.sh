@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 # What each package is for stands in the README under "Dependencies".
 packages=(wine wine32:i386 gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix cmake ninja-build
           xvfb xauth imagemagick googletest libcli11-dev nlohmann-json3-dev iso-codes dpkg-dev ca-certificates
-          gcc libc6-dev make tcl "$@")
+          gcc libc6-dev make tcl famfamfam-flag-png "$@")
 
 missing=()
 for package in "${packages[@]}"; do
@@ -80,7 +80,27 @@ switch_on_source_packages() {
     update_indexes
 }
 
+# fetch_file PACKAGE PATH: one file of a package, without installing the rest, into build/deps/PACKAGE.
+fetch_file() {
+    local package=$1 path=$2 folder=build/deps/$1
+    [[ ! -f $folder/${path##*/} ]] || return 0
+    say "fetching ${path##*/} of $package"
+    mkdir -p "$folder"
+    download() { (cd "$folder" && rm -f ./*.deb && apt-get download "$package") >>"$log" 2>&1; }
+    if ! download; then
+        update_indexes
+        download || fail "could not fetch the package $package. The package manager's own words are at the end of $log."
+    fi
+    dpkg-deb --fsys-tarfile "$folder"/*.deb | tar -xO "./$path" >"$folder/unpacking" ||
+        fail "the package $package has no file /$path."
+    mv "$folder/unpacking" "$folder/${path##*/}"
+    rm "$folder"/*.deb
+}
+
 # The record store's engine, and SQLite for kvol, come as Debian's source packages: Debian has the libraries themselves
 # only for Linux.
 fetch_source lmdb
 fetch_source sqlite3
+
+# Which country has which currencies and languages. All of the package would be 230 MB.
+fetch_file unicode-cldr-core usr/share/unicode/cldr/common/supplemental/supplementalData.xml
