@@ -1,5 +1,7 @@
 #include "afxwin.h"
 
+#include <cstring>
+
 IMPLEMENT_DYNCREATE(CPen, CGdiObject)
 IMPLEMENT_DYNCREATE(CBrush, CGdiObject)
 IMPLEMENT_DYNCREATE(CBitmap, CGdiObject)
@@ -74,9 +76,44 @@ CBitmap* PASCAL CBitmap::FromHandle(HBITMAP hBitmap)
     return static_cast<CBitmap*>(CGdiObject::FromHandle(hBitmap, RUNTIME_CLASS(CBitmap)));
 }
 
+namespace {
+
+// FALSE if the bitmap, a header, masks, colours and rows, does not lie within its cb bytes: the system reads what is
+// there and beyond.
+bool IsBitmapSound(const void* pBitmap, DWORD cb)
+{
+    BITMAPINFOHEADER header = {};
+    if (!pBitmap || cb < sizeof(BITMAPCOREHEADER)) return false;
+    std::memcpy(&header, pBitmap, cb < sizeof(header) ? cb : sizeof(header));
+    const bool bCore = header.biSize == sizeof(BITMAPCOREHEADER); // the oldest one, of 16-bit members
+    if (bCore) {
+        const BITMAPCOREHEADER& core = *static_cast<const BITMAPCOREHEADER*>(pBitmap);
+        header = {core.bcSize, core.bcWidth, core.bcHeight, core.bcPlanes, core.bcBitCount, BI_RGB, 0, 0, 0, 0, 0};
+    } else if (header.biSize < sizeof(header) || header.biSize > cb) {
+        return false;
+    }
+    if (header.biWidth <= 0 || header.biBitCount > 32) return false;
+    const ULONGLONG cy = header.biHeight < 0 ? 0u - static_cast<DWORD>(header.biHeight) : header.biHeight;
+    const bool bMasks = header.biCompression == BI_BITFIELDS && header.biSize == sizeof(header);
+    const bool bRuns = header.biCompression == BI_RLE4 || header.biCompression == BI_RLE8;
+    const ULONGLONG nBits = static_cast<ULONGLONG>(header.biWidth) * header.biBitCount;
+    const ULONGLONG cbRows = bRuns ? header.biSizeImage : (nBits + 31) / 32 * sizeof(DWORD) * cy;
+    ULONGLONG nColours = header.biClrUsed;
+    if (nColours == 0 && header.biBitCount <= 8) nColours = 1u << header.biBitCount;
+    const ULONGLONG cbFront =
+        header.biSize + (bMasks ? 3 * sizeof(DWORD) : 0) + nColours * (bCore ? sizeof(RGBTRIPLE) : sizeof(RGBQUAD));
+    return cbFront <= cb && cbRows <= cb - cbFront;
+}
+
+} // namespace
+
 BOOL CBitmap::LoadBitmap(LPCTSTR pszResourceName)
 {
-    return Attach(::LoadBitmapW(AfxFindResourceHandle(pszResourceName, RT_BITMAP), pszResourceName));
+    const HINSTANCE hModule = AfxFindResourceHandle(pszResourceName, RT_BITMAP);
+    const HRSRC hResource = ::FindResourceW(hModule, pszResourceName, RT_BITMAP);
+    const HGLOBAL hBitmap = hResource ? ::LoadResource(hModule, hResource) : NULL;
+    if (!hBitmap || !IsBitmapSound(::LockResource(hBitmap), ::SizeofResource(hModule, hResource))) return FALSE;
+    return Attach(::LoadBitmapW(hModule, pszResourceName));
 }
 
 BOOL CBitmap::LoadBitmap(UINT nIDResource)

@@ -76,11 +76,22 @@ BOOL CString::LoadString(UINT nID)
     // Strings come in blocks of 16; the ids of resources have 16 bits.
     if (nID > 0xFFFF) return FALSE;
     const HINSTANCE hModule = ::AfxFindResourceHandle(MAKEINTRESOURCE(nID / 16 + 1), RT_STRING);
-    LPCTSTR pchResource = NULL;
-    // With no room given, the answer is the place of the text in the module.
-    const int nLength = ::LoadStringW(hModule, nID, reinterpret_cast<LPTSTR>(&pchResource), 0);
-    if (nLength > 0) Assign(pchResource, nLength);
-    return nLength > 0;
+    const HRSRC hResource = ::FindResourceW(hModule, MAKEINTRESOURCE(nID / 16 + 1), RT_STRING);
+    const HGLOBAL hBlock = hResource ? ::LoadResource(hModule, hResource) : NULL;
+    LPCTSTR pch = hBlock ? static_cast<LPCTSTR>(::LockResource(hBlock)) : NULL;
+    if (!pch) return FALSE;
+    // Each text is its length and its characters. The system's own LoadString believes any length.
+    DWORD cchLeft = ::SizeofResource(hModule, hResource) / sizeof(TCHAR);
+    for (UINT nBefore = nID % 16; cchLeft > 0 && *pch < cchLeft; --nBefore) {
+        const int nLength = *pch;
+        if (nBefore == 0) {
+            if (nLength > 0) Assign(pch + 1, nLength);
+            return nLength > 0;
+        }
+        pch += 1 + nLength;
+        cchLeft -= 1 + static_cast<DWORD>(nLength);
+    }
+    return FALSE;
 }
 
 BSTR CString::AllocSysString() const
