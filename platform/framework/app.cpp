@@ -2,23 +2,10 @@
 #include "wndhook.h"
 
 #include "afx_app.h"
+#include "afx_menu.h"
 #include "afx_msgbox.h"
 
-IMPLEMENT_DYNAMIC(CWinThread, CCmdTarget)
 IMPLEMENT_DYNAMIC(CWinApp, CWinThread)
-
-CWinThread::CWinThread()
-    : m_pMainWnd(NULL), m_pActiveWnd(NULL), m_hThread(::GetCurrentThread()), m_nThreadID(::GetCurrentThreadId()),
-      m_msgCur(), m_ptLastMouse(-1, -1), m_nLastMouse(0)
-{
-    CThreadState::Get().m_pThread = this;
-}
-
-CWinThread::~CWinThread()
-{
-    CThreadState* const pState = CThreadState::GetIfAny();
-    if (pState && pState->m_pThread == this) pState->m_pThread = NULL;
-}
 
 BOOL CWinThread::InitInstance()
 {
@@ -32,11 +19,17 @@ int CWinThread::ExitInstance()
 
 BOOL CWinThread::PreTranslateMessage(MSG* pMsg)
 {
+    if (!pMsg->hwnd) {
+        const AFX_MSGMAP_ENTRY* const pEntry = FindMessageEntry(GetMessageMap(), pMsg->message);
+        if (!pEntry) return FALSE;
+        AFX_MSGCALL call = {pMsg->message, pMsg->wParam, pMsg->lParam, 0, 0, NULL};
+        return pEntry->pfnCall(this, call);
+    }
     CWnd* const pMainWnd = AfxGetMainWnd();
     const HWND hMain = pMainWnd->GetSafeHwnd();
     if (CWnd::WalkPreTranslateTree(hMain, pMsg)) return TRUE;
     // The main window sees the messages of windows that are not below it as well.
-    return hMain && pMsg->hwnd && !::IsChild(hMain, pMsg->hwnd) && pMsg->hwnd != hMain &&
+    return hMain && !::IsChild(hMain, pMsg->hwnd) && pMsg->hwnd != hMain &&
            CWnd::FromHandlePermanent(hMain) == pMainWnd && pMainWnd->PreTranslateMessage(pMsg);
 }
 
@@ -82,11 +75,21 @@ BOOL CWinThread::IsIdleMessage(MSG* pMsg)
     return IsRestless(*pMsg);
 }
 
+namespace {
+
+bool IsOwn(HWND hWnd)
+{
+    return hWnd && ::GetWindowThreadProcessId(hWnd, NULL) == ::GetCurrentThreadId();
+}
+
+} // namespace
+
 BOOL CWinThread::OnIdle(LONG lCount)
 {
     if (lCount == 0) {
         CWnd* const pMainWnd = m_pMainWnd;
-        if (pMainWnd->GetSafeHwnd() && pMainWnd->IsWindowVisible()) {
+        // A thread without a window of its own has the program's: that one's thread looks after it.
+        if (IsOwn(pMainWnd->GetSafeHwnd()) && pMainWnd->IsWindowVisible()) {
             pMainWnd->SendMessage(WM_IDLEUPDATECMDUI, TRUE);
             if (pMainWnd->GetSafeHwnd()) pMainWnd->SendMessageToDescendants(WM_IDLEUPDATECMDUI, TRUE);
         }
@@ -95,6 +98,7 @@ BOOL CWinThread::OnIdle(LONG lCount)
     CWnd::DeleteTempMap();
     CDC::DeleteTempMap();
     CGdiObject::DeleteTempMap();
+    CMenu::DeleteTempMap();
     return FALSE;
 }
 
@@ -141,6 +145,9 @@ CWinApp::CWinApp(LPCTSTR pszAppName)
 {
     m_pszAppName = m_strAppName;
     m_pszExeName = m_strExeName;
+    CThreadState::Get().m_pThread = this;
+    m_hThread = ::GetCurrentThread();
+    m_nThreadID = ::GetCurrentThreadId();
     AFX_MODULE_STATE* const pState = AfxGetModuleState();
     ASSERT(pState->m_pCurrentWinApp == NULL);
     pState->m_pCurrentWinApp = this;
@@ -158,6 +165,13 @@ CWinApp::~CWinApp()
 int CWinApp::DoMessageBox(LPCTSTR pszPrompt, UINT nType, UINT)
 {
     return AfxShowMessageBox(pszPrompt, nType, m_pszAppName);
+}
+
+LRESULT CWinApp::ProcessWndProcException(CException* e, const MSG* pMsg)
+{
+    if (pMsg->message == WM_CREATE || pMsg->message == WM_PAINT) return CWinThread::ProcessWndProcException(e, pMsg);
+    if (!e->IsKindOf(RUNTIME_CLASS(CUserException))) e->ReportError(MB_ICONSTOP);
+    return pMsg->message == WM_COMMAND;
 }
 
 HCURSOR CWinApp::LoadCursor(LPCTSTR pszResourceName) const

@@ -1,6 +1,7 @@
 #include "threadstate.h"
 
 #include "afx_cmd.h"
+#include "afx_menu.h"
 
 IMPLEMENT_DYNAMIC(CCmdTarget, CObject)
 
@@ -67,13 +68,15 @@ void CCmdTarget::RestoreWaitCursor()
 }
 
 CCmdUI::CCmdUI()
-    : m_nID(0), m_nIndex(0), m_pOther(NULL), m_bEnableChanged(FALSE), m_bContinueRouting(FALSE), m_nIndexMax(0)
+    : m_nID(0), m_nIndex(0), m_pMenu(NULL), m_pOther(NULL), m_bEnableChanged(FALSE), m_bContinueRouting(FALSE),
+      m_nIndexMax(0)
 {
 }
 
 void CCmdUI::Enable(BOOL bOn)
 {
     m_bEnableChanged = TRUE;
+    if (m_pMenu) m_pMenu->EnableMenuItem(m_nIndex, MF_BYPOSITION | (bOn ? MF_ENABLED : MF_GRAYED));
     if (!m_pOther) return;
     // The focus must not stay on a control that is switched off.
     if (!bOn && ::GetFocus() == m_pOther->m_hWnd)
@@ -83,18 +86,30 @@ void CCmdUI::Enable(BOOL bOn)
 
 void CCmdUI::SetCheck(int nCheck)
 {
-    // Nothing but a button has a check.
+    if (m_pMenu) m_pMenu->CheckMenuItem(m_nIndex, MF_BYPOSITION | (nCheck ? MF_CHECKED : MF_UNCHECKED));
+    // Of controls, nothing but a button has a check.
     if (m_pOther && (m_pOther->SendMessage(WM_GETDLGCODE) & DLGC_BUTTON))
         m_pOther->SendMessage(BM_SETCHECK, static_cast<WPARAM>(nCheck));
 }
 
 void CCmdUI::SetRadio(BOOL bOn)
 {
+    if (m_pMenu && bOn) {
+        m_pMenu->CheckMenuRadioItem(m_nIndex, m_nIndex, m_nIndex, MF_BYPOSITION);
+        return;
+    }
     SetCheck(bOn ? 1 : 0);
 }
 
 void CCmdUI::SetText(LPCTSTR pszText)
 {
+    if (m_pMenu) {
+        MENUITEMINFO info = {};
+        info.cbSize = sizeof(info);
+        info.fMask = MIIM_STRING;
+        info.dwTypeData = const_cast<LPTSTR>(pszText);
+        ::SetMenuItemInfoW(m_pMenu->m_hMenu, m_nIndex, TRUE, &info);
+    }
     if (!m_pOther) return;
     CString strOld;
     m_pOther->GetWindowText(strOld);

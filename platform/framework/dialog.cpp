@@ -209,6 +209,11 @@ BOOL CDialog::OnCmdMsg(UINT nID, int nCode, void* pExtra, AFX_CMDHANDLERINFO* pH
 BOOL CDialog::PreTranslateMessage(MSG* pMsg)
 {
     if (CWnd::PreTranslateMessage(pMsg)) return TRUE;
+    // The device's key for help: it has none of its own. Sent, because here the system posts no WM_HELP.
+    if (pMsg->message == WM_SYSKEYDOWN && pMsg->wParam == L'H') {
+        SendMessage(WM_HELP);
+        return TRUE;
+    }
     // An edit control of several lines would keep Escape to itself.
     if (pMsg->message == WM_KEYDOWN && pMsg->wParam == VK_ESCAPE &&
         (::GetWindowLongW(pMsg->hwnd, GWL_STYLE) & ES_MULTILINE)) {

@@ -9,6 +9,7 @@
 #include "handlemap.h"
 
 #include "afx_dc.h"
+#include "afx_menu.h"
 #include "afx_wnd.h"
 
 class CWinThread;
@@ -29,11 +30,17 @@ inline void SetMappedHandle(CWnd& wnd, HANDLE hHandle)
     wnd.m_hWnd = static_cast<HWND>(hHandle);
 }
 
+inline void SetMappedHandle(CMenu& menu, HANDLE hHandle)
+{
+    menu.m_hMenu = static_cast<HMENU>(hHandle);
+}
+
 struct CThreadState
 {
     CHandleMap<CGdiObject> m_gdiObjects;
     CHandleMap<CDC> m_contexts;
     CHandleMap<CWnd> m_windows;
+    CHandleMap<CMenu> m_menus;
 
     MSG m_message = {};                      // the one that a window procedure is handling
     MSG m_pumped = {};                       // the last one that was taken without a CWinThread

@@ -85,7 +85,9 @@ void CWndAccess::LetGo(CWnd& wnd)
 
 BOOL CWnd::SubclassWindow(HWND hWnd)
 {
-    return ::IsWindow(hWnd) && CWndAccess::Adopt(*this, hWnd);
+    // Another thread's messages would look for this object in that thread's map, and another process's window procedure
+    // cannot be exchanged.
+    return ::GetWindowThreadProcessId(hWnd, NULL) == ::GetCurrentThreadId() && CWndAccess::Adopt(*this, hWnd);
 }
 
 BOOL CWnd::SubclassDlgItem(UINT nID, CWnd* pParent)

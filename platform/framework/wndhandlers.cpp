@@ -150,6 +150,11 @@ void CWnd::OnGetMinMaxInfo(MINMAXINFO*)
     Default();
 }
 
+void CWnd::OnInitMenuPopup(CMenu*, UINT, BOOL)
+{
+    Default();
+}
+
 void CWnd::OnKeyDown(UINT, UINT, UINT)
 {
     Default();
@@ -176,6 +181,16 @@ void CWnd::OnLButtonDown(UINT, CPoint)
 }
 
 void CWnd::OnLButtonUp(UINT, CPoint)
+{
+    Default();
+}
+
+LRESULT CWnd::OnMenuChar(UINT, UINT, CMenu*)
+{
+    return Default();
+}
+
+void CWnd::OnMenuSelect(UINT, UINT, HMENU)
 {
     Default();
 }

@@ -31,6 +31,11 @@ struct CWndAccess
 
 // One line to the debugger's output.
 void LogException(LPCTSTR pszWhere, LPCTSTR pszWhat);
+void LogException(LPCTSTR pszWhere, CException* e);
+// What a message whose handler failed results in.
+LRESULT ResultOfFailure(const MSG& message);
+// The first entry for a message (not a command) in the map or those of its bases; NULL if there is none.
+const AFX_MSGMAP_ENTRY* FindMessageEntry(const AFX_MSGMAP* pMap, UINT nMessage);
 
 // Runs action. An exception ends here and is logged: FALSE.
 template <class Action> bool Contained(LPCTSTR pszWhere, Action action)
@@ -39,8 +44,7 @@ template <class Action> bool Contained(LPCTSTR pszWhere, Action action)
         action();
         return true;
     } catch (CException* e) {
-        TCHAR szWhat[256];
-        LogException(pszWhere, e->GetErrorMessage(szWhat, ARRAYSIZE(szWhat)) ? szWhat : L"a framework exception");
+        LogException(pszWhere, e);
         e->Delete();
     } catch (const std::exception& e) {
         LogException(pszWhere, CString(e.what()));

@@ -1,6 +1,20 @@
 #include "wndhook.h"
 
+#include "afx_app.h"
 #include "afx_msg.h"
+
+LRESULT ResultOfFailure(const MSG& message)
+{
+    // Or the system would ask for the same failing painting for ever.
+    if (message.message == WM_PAINT) ::ValidateRect(message.hwnd, NULL);
+    return message.message == WM_CREATE ? -1 : 0;
+}
+
+void LogException(LPCTSTR pszWhere, CException* e)
+{
+    TCHAR szWhat[256];
+    LogException(pszWhere, e->GetErrorMessage(szWhat, ARRAYSIZE(szWhat)) ? szWhat : L"a framework exception");
+}
 
 void LogException(LPCTSTR pszWhere, LPCTSTR pszWhat)
 {
@@ -19,12 +33,20 @@ LRESULT CWndAccess::Call(CWnd& wnd, UINT nMessage, WPARAM wParam, LPARAM lParam)
     state.m_message.message = nMessage;
     state.m_message.wParam = wParam;
     state.m_message.lParam = lParam;
+    const MSG message = state.m_message;
     LRESULT lResult = 0;
-    if (!Contained(L"window procedure", [&] { lResult = wnd.WindowProc(nMessage, wParam, lParam); })) {
-        lResult = nMessage == WM_CREATE ? -1 : 0;
-        // Or the system would ask for the same failing painting for ever.
-        if (nMessage == WM_PAINT) ::ValidateRect(hWnd, NULL);
-    }
+    const bool bDone = Contained(L"window procedure", [&] {
+        try {
+            lResult = wnd.WindowProc(nMessage, wParam, lParam);
+        } catch (CException* e) {
+            CWinThread* const pThread = AfxGetThread();
+            if (!pThread) throw;
+            LogException(L"window procedure", e);
+            lResult = pThread->ProcessWndProcException(e, &message);
+            e->Delete(); // not when it was thrown on
+        }
+    });
+    if (!bDone) lResult = ResultOfFailure(message);
     state.m_message = before;
     return lResult;
 }
@@ -41,9 +63,7 @@ LRESULT CWnd::WindowProc(UINT nMessage, WPARAM wParam, LPARAM lParam)
     return OnWndMsg(nMessage, wParam, lParam, &lResult) ? lResult : DefWindowProc(nMessage, wParam, lParam);
 }
 
-namespace {
-
-const AFX_MSGMAP_ENTRY* FindMessage(const AFX_MSGMAP* pMap, UINT nMessage)
+const AFX_MSGMAP_ENTRY* FindMessageEntry(const AFX_MSGMAP* pMap, UINT nMessage)
 {
     for (; pMap; pMap = pMap->pfnGetBaseMap ? pMap->pfnGetBaseMap() : NULL) {
         for (const AFX_MSGMAP_ENTRY* pEntry = pMap->pEntries; pEntry->nMessage; ++pEntry) {
@@ -54,6 +74,8 @@ const AFX_MSGMAP_ENTRY* FindMessage(const AFX_MSGMAP* pMap, UINT nMessage)
     }
     return NULL;
 }
+
+namespace {
 
 bool IsControlColour(UINT nMessage)
 {
@@ -86,14 +108,14 @@ BOOL CWnd::OnWndMsg(UINT nMessage, WPARAM wParam, LPARAM lParam, LRESULT* pResul
         return pHeader && pHeader->hwndFrom && OnNotify(wParam, lParam, &lResult);
     }
     AFX_MSGCALL call = {nMessage, wParam, lParam, 0, 0, NULL};
-    const AFX_MSGMAP_ENTRY* pEntry = FindMessage(GetMessageMap(), nMessage);
+    const AFX_MSGMAP_ENTRY* pEntry = FindMessageEntry(GetMessageMap(), nMessage);
     AFX_CTLCOLOR colour;
     if (!pEntry && IsControlColour(nMessage)) {
         colour = ControlColour(nMessage, wParam, lParam);
         call.nMessage = WM_CTLCOLOR;
         call.wParam = 0;
         call.lParam = reinterpret_cast<LPARAM>(&colour);
-        pEntry = FindMessage(GetMessageMap(), WM_CTLCOLOR);
+        pEntry = FindMessageEntry(GetMessageMap(), WM_CTLCOLOR);
     }
     if (!pEntry || !pEntry->pfnCall(this, call)) return FALSE;
     lResult = call.lResult;

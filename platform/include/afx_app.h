@@ -1,8 +1,12 @@
-// afx_app.h - CWinThread and CWinApp, the program and its message loop, and what is kept for a module.
+// afx_app.h - CWinThread and CWinApp, the program, its threads and their message loops, and what is kept for a module.
 //
-// Ownership  one CWinApp a program, a static object of the host's. m_pMainWnd is borrowed.
-// Threads    CWinApp is made and run on the first thread.
-// Errors     InitInstance FALSE ends the program with ExitInstance's result.
+// Ownership  one CWinApp a program, a static object of the host's. A CWinThread deletes itself when its thread ends,
+//            unless m_bAutoDelete is FALSE; it is then the host's, to be deleted after the thread ended. m_pMainWnd is
+//            borrowed.
+// Threads    CWinApp is made and run on the first thread. A CWinThread's members are called on its own thread, except
+//            the thread's handle functions and PostThreadMessage.
+// Errors     InitInstance FALSE ends the program with ExitInstance's result. AfxBeginThread NULL if there is no thread.
+//            An exception that leaves a thread's function is logged and ends the thread with the exit code -1.
 //
 // A host links the library korvaneafx_main, which is WinMain and calls AfxWinMain.
 #ifndef AFX_APP_H
@@ -12,19 +16,39 @@
 #include "afx_wnd.h"
 
 class CWinApp;
+struct AFX_MODULE_STATE;
+
+typedef UINT(__cdecl* AFX_THREADPROC)(LPVOID pParam);
 
 class AFX_API CWinThread : public CCmdTarget
 {
     DECLARE_DYNAMIC(CWinThread)
 
 public:
+    // For a thread with a message loop: the class overrides InitInstance, and AfxBeginThread or CreateThread starts it.
     CWinThread();
-    ~CWinThread() override;
+    // For a thread that is one function.
+    CWinThread(AFX_THREADPROC pfnThreadProc, LPVOID pParam);
+    ~CWinThread() override; // closes m_hThread
 
-    CWnd* m_pMainWnd;   // the program ends when its window is destroyed
+    CWnd* m_pMainWnd;   // the loop ends when its window is destroyed; in a thread without one, the program's
     CWnd* m_pActiveWnd; // set by the host, for in-place use
-    HANDLE m_hThread;   // not the object's to close
+    BOOL m_bAutoDelete; // TRUE
+    HANDLE m_hThread;   // NULL before CreateThread
     DWORD m_nThreadID;
+
+    // Starts the thread; CREATE_SUSPENDED: ResumeThread does. FALSE if the system has none. REQUIRES: not started yet.
+    BOOL CreateThread(DWORD dwCreateFlags = 0, UINT nStackSize = 0, LPSECURITY_ATTRIBUTES pSecurityAttrs = NULL);
+    int GetThreadPriority() const { return ::GetThreadPriority(m_hThread); }
+    BOOL SetThreadPriority(int nPriority) { return ::SetThreadPriority(m_hThread, nPriority); }
+    DWORD SuspendThread() { return ::SuspendThread(m_hThread); } // how often it was suspended before; -1 on failure
+    DWORD ResumeThread() { return ::ResumeThread(m_hThread); }
+    // Handled by ON_THREAD_MESSAGE. FALSE while the thread has no message queue yet.
+    BOOL PostThreadMessage(UINT nMessage, WPARAM wParam, LPARAM lParam)
+    {
+        return ::PostThreadMessageW(m_nThreadID, nMessage, wParam, lParam);
+    }
+    virtual void Delete(); // when the thread ends: deletes the object if m_bAutoDelete
 
     virtual BOOL InitInstance();
     // Handles messages until WM_QUIT, and calls OnIdle(0), OnIdle(1), ... whenever there are none, until it says FALSE.
@@ -37,13 +61,32 @@ public:
     virtual BOOL OnIdle(LONG lCount);
     virtual BOOL IsIdleMessage(MSG* pMsg); // FALSE for those that leave nothing to do: mouse rests, painting, caret
     virtual CWnd* GetMainWnd() { return m_pMainWnd; }
+    // A framework exception left the handler of *pMsg; the message's result. The base says nothing: -1 for WM_CREATE,
+    // which means "no window", and a window that cannot paint is not asked again.
+    virtual LRESULT ProcessWndProcException(CException* e, const MSG* pMsg);
 
     MSG m_msgCur; // the last one that the pump took
 
 private:
-    CPoint m_ptLastMouse; // of the last mouse move, and which it was
+    friend struct CThreadRun;
+
+    AFX_THREADPROC m_pfnThreadProc; // NULL: InitInstance and Run
+    LPVOID m_pThreadParam;
+    AFX_MODULE_STATE* m_pModuleState; // the starter's, borrowed
+    CPoint m_ptLastMouse;             // of the last mouse move, and which it was
     UINT m_nLastMouse;
 };
+
+// pClass is a CWinThread with DECLARE_DYNCREATE. The object may be gone already when these return, unless the thread was
+// started suspended.
+AFX_API CWinThread* AFXAPI AfxBeginThread(AFX_THREADPROC pfnThreadProc, LPVOID pParam,
+                                          int nPriority = THREAD_PRIORITY_NORMAL, UINT nStackSize = 0,
+                                          DWORD dwCreateFlags = 0, LPSECURITY_ATTRIBUTES pSecurityAttrs = NULL);
+AFX_API CWinThread* AFXAPI AfxBeginThread(CRuntimeClass* pThreadClass, int nPriority = THREAD_PRIORITY_NORMAL,
+                                          UINT nStackSize = 0, DWORD dwCreateFlags = 0,
+                                          LPSECURITY_ATTRIBUTES pSecurityAttrs = NULL);
+// Ends the calling thread at once: what lies on its stack is not destroyed. Not for the first thread.
+[[noreturn]] AFX_API void AFXAPI AfxEndThread(UINT nExitCode, BOOL bDelete = TRUE);
 
 class AFX_API CWinApp : public CWinThread
 {
@@ -62,6 +105,9 @@ public:
 
     virtual BOOL InitApplication() { return TRUE; }                          // before InitInstance
     virtual int DoMessageBox(LPCTSTR pszPrompt, UINT nType, UINT nIDPrompt); // all of AfxMessageBox goes through it
+    // Says what went wrong in a message box, unless the person was told already (CUserException). A command counts as
+    // handled.
+    LRESULT ProcessWndProcException(CException* e, const MSG* pMsg) override;
 
     HCURSOR LoadCursor(LPCTSTR pszResourceName) const;
     HCURSOR LoadCursor(UINT nIDResource) const;

@@ -9,6 +9,7 @@
 #include "afx_object.h"
 
 class CCmdTarget;
+class CMenu;
 class CWnd;
 
 // What a handler is called with, and what it gives back.
@@ -90,7 +91,8 @@ public:
 
     UINT m_nID;     // the command
     UINT m_nIndex;  // its place among its owner's
-    CWnd* m_pOther; // the control that stands for it; NULL: none, and the setters only count as handled
+    CMenu* m_pMenu; // the menu in which it is item m_nIndex; NULL: none
+    CWnd* m_pOther; // the control that stands for it; without either the setters only count as handled
     BOOL m_bEnableChanged;
     BOOL m_bContinueRouting;
     UINT m_nIndexMax;

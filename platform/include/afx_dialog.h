@@ -8,6 +8,7 @@
 //
 // Templates are looked for with AfxFindResourceHandle(name, RT_DIALOG): the current resource module first, then the
 // libraries on the list, then the program. Every dialog is a control parent. It is not centred nor moved into view.
+// Alt+H is WM_HELP, without a record, to the dialog.
 #ifndef AFX_DIALOG_H
 #define AFX_DIALOG_H
 

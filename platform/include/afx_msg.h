@@ -16,6 +16,7 @@
 
 #include "afx_controls.h"
 #include "afx_dc.h"
+#include "afx_menu.h"
 #include "afx_wnd.h"
 
 #define BEGIN_MESSAGE_MAP(theClass, baseClass)                                                                         \
@@ -57,6 +58,10 @@ struct AfxUnpack
     static CWnd* Window(LPARAM lParam)
     {
         return CWnd::FromHandle(reinterpret_cast<HWND>(lParam));
+    }
+    template <class Parameter> static CMenu* Menu(Parameter handle)
+    {
+        return CMenu::FromHandle(reinterpret_cast<HMENU>(handle));
     }
     static CPoint Point(LPARAM lParam)
     {
@@ -104,6 +109,11 @@ struct AfxUnpack
     AFX_UNPACK(CompareItem,
                call.lResult = (target.*pfn)(static_cast<int>(call.wParam), At<COMPAREITEMSTRUCT>(call.lParam)))
     AFX_UNPACK(Create, call.lResult = (target.*pfn)(At<CREATESTRUCT>(call.lParam)))
+    AFX_UNPACK(MenuPopup, (target.*pfn)(Menu(call.wParam), LOWORD(call.lParam), HIWORD(call.lParam)); call.lResult = 0)
+    AFX_UNPACK(MenuChar, call.lResult = (target.*pfn)(LOWORD(call.wParam), HIWORD(call.wParam), Menu(call.lParam)))
+    AFX_UNPACK(MenuSelect,
+               (target.*pfn)(LOWORD(call.wParam), HIWORD(call.wParam), reinterpret_cast<HMENU>(call.lParam));
+               call.lResult = 0)
     AFX_UNPACK(Size, (target.*pfn)(static_cast<UINT>(call.wParam), Low(call.lParam), High(call.lParam));
                call.lResult = 0)
     AFX_UNPACK(Move, (target.*pfn)(Low(call.lParam), High(call.lParam)); call.lResult = 0)
@@ -133,6 +143,7 @@ struct AfxUnpack
     AFX_UNPACK(ReflectedDelete, (target.*pfn)(At<DELETEITEMSTRUCT>(call.lParam)); call.lResult = TRUE)
     AFX_UNPACK(ReflectedCompare, call.lResult = (target.*pfn)(At<COMPAREITEMSTRUCT>(call.lParam)))
     AFX_UNPACK(ReflectedParent, (target.*pfn)(LOWORD(call.wParam), static_cast<LPARAM>(call.lParam)); call.lResult = 0)
+    AFX_UNPACK(ThreadMessage, (target.*pfn)(call.wParam, call.lParam))
     // Commands.
     AFX_UNPACK(Command, (target.*pfn)())
     AFX_UNPACK(CommandRange, (target.*pfn)(call.nID))
@@ -167,6 +178,11 @@ struct AfxUnpack
 // LRESULT f(WPARAM, LPARAM). The variable of a registered message is read when a message arrives.
 #define ON_MESSAGE(message, f) AFX_ENTRY(message, 0, 0, 0, NULL, f, Message, LRESULT, WPARAM, LPARAM)
 #define ON_REGISTERED_MESSAGE(variable, f) AFX_ENTRY(0xC000, 0, 0, 0, &variable, f, Message, LRESULT, WPARAM, LPARAM)
+
+// In the map of a CWinThread: void f(WPARAM, LPARAM), for what is posted to the thread and not to a window.
+#define ON_THREAD_MESSAGE(message, f) AFX_ENTRY(message, 0, 0, 0, NULL, f, ThreadMessage, void, WPARAM, LPARAM)
+#define ON_REGISTERED_THREAD_MESSAGE(variable, f)                                                                      \
+    AFX_ENTRY(0xC000, 0, 0, 0, &variable, f, ThreadMessage, void, WPARAM, LPARAM)
 
 // void f(); EX: BOOL f(UINT nID), FALSE passes it on; RANGE: void f(UINT nID); update: void f(CCmdUI*).
 #define ON_COMMAND(id, f) AFX_ENTRY(WM_COMMAND, CN_COMMAND, id, id, NULL, f, Command, void, )
@@ -271,6 +287,7 @@ struct AfxUnpack
 #define ON_WM_GETDLGCODE() AFX_ON_WM(WM_GETDLGCODE, OnGetDlgCode, Result, UINT, )
 #define ON_WM_GETMINMAXINFO() AFX_ON_WM(WM_GETMINMAXINFO, OnGetMinMaxInfo, MinMaxInfo, void, MINMAXINFO*)
 #define ON_WM_HSCROLL() AFX_ON_WM(WM_HSCROLL, OnHScroll, Scroll, void, UINT, UINT, CScrollBar*)
+#define ON_WM_INITMENUPOPUP() AFX_ON_WM(WM_INITMENUPOPUP, OnInitMenuPopup, MenuPopup, void, CMenu*, UINT, BOOL)
 #define ON_WM_KEYDOWN() AFX_ON_WM(WM_KEYDOWN, OnKeyDown, Key, void, UINT, UINT, UINT)
 #define ON_WM_KEYUP() AFX_ON_WM(WM_KEYUP, OnKeyUp, Key, void, UINT, UINT, UINT)
 #define ON_WM_KILLFOCUS() AFX_ON_WM(WM_KILLFOCUS, OnKillFocus, OtherWindow, void, CWnd*)
@@ -278,6 +295,8 @@ struct AfxUnpack
 #define ON_WM_LBUTTONDOWN() AFX_ON_WM(WM_LBUTTONDOWN, OnLButtonDown, Mouse, void, UINT, CPoint)
 #define ON_WM_LBUTTONUP() AFX_ON_WM(WM_LBUTTONUP, OnLButtonUp, Mouse, void, UINT, CPoint)
 #define ON_WM_MEASUREITEM() AFX_ON_WM(WM_MEASUREITEM, OnMeasureItem, MeasureItem, void, int, LPMEASUREITEMSTRUCT)
+#define ON_WM_MENUCHAR() AFX_ON_WM(WM_MENUCHAR, OnMenuChar, MenuChar, LRESULT, UINT, UINT, CMenu*)
+#define ON_WM_MENUSELECT() AFX_ON_WM(WM_MENUSELECT, OnMenuSelect, MenuSelect, void, UINT, UINT, HMENU)
 #define ON_WM_MOUSEMOVE() AFX_ON_WM(WM_MOUSEMOVE, OnMouseMove, Mouse, void, UINT, CPoint)
 #define ON_WM_MOUSEWHEEL() AFX_ON_WM(WM_MOUSEWHEEL, OnMouseWheel, Wheel, BOOL, UINT, short, CPoint)
 #define ON_WM_MOVE() AFX_ON_WM(WM_MOVE, OnMove, Move, void, int, int)

@@ -6,7 +6,8 @@
 // Threads    a window and its object belong to the thread that created the window.
 // Errors     FALSE or NULL, and the last error as the system sets it. An exception that leaves a handler ends at the
 //            window procedure: it is written to the debugger's output, and the message's result is 0 (-1, which means
-//            "no window", for WM_CREATE).
+//            "no window", for WM_CREATE). Of a CException the thread's object, if it has one, says what the result is:
+//            see CWinThread::ProcessWndProcException.
 //
 // A window's messages go to WindowProc, which looks for a handler in the message map (afx_msg.h) and else calls
 // DefWindowProc: the procedure that the window had before it was subclassed, or the system's.
@@ -18,6 +19,7 @@
 
 class CDataExchange;
 class CListBox;
+class CMenu;
 class CScrollBar;
 
 // A notification that the control handles itself arrives in its own map as this plus the message.
@@ -81,7 +83,8 @@ public:
     virtual BOOL PreCreateWindow(CREATESTRUCT& cs); // may change it; FALSE: no window
     virtual void PreSubclassWindow() {}             // before the first message through the object
     virtual BOOL DestroyWindow();
-    // An existing window's messages go through this object from now on. FALSE for no window; REQUIRES: not attached.
+    // An existing window's messages go through this object from now on. FALSE for no window and for one of another
+    // thread. REQUIRES: not attached.
     BOOL SubclassWindow(HWND hWnd);
     BOOL SubclassDlgItem(UINT nID, CWnd* pParent);
     HWND UnsubclassWindow(); // the window as it was, detached
@@ -98,6 +101,11 @@ public:
     {
         return ::PostMessageW(m_hWnd, nMessage, wParam, lParam);
     }
+    BOOL SendNotifyMessage(UINT nMessage, WPARAM wParam = 0, LPARAM lParam = 0)
+    {
+        return ::SendNotifyMessageW(m_hWnd, nMessage, wParam, lParam);
+    }
+    BOOL IsDialogMessage(LPMSG pMsg) { return ::IsDialogMessageW(m_hWnd, pMsg); }
     LRESULT SendDlgItemMessage(int nID, UINT nMessage, WPARAM wParam = 0, LPARAM lParam = 0)
     {
         return ::SendDlgItemMessageW(m_hWnd, nID, nMessage, wParam, lParam);
@@ -150,6 +158,20 @@ public:
     BOOL SetForegroundWindow() { return ::SetForegroundWindow(m_hWnd); }
     static CWnd* PASCAL GetForegroundWindow() { return FromHandle(::GetForegroundWindow()); }
 
+    void ShowCaret() { ::ShowCaret(m_hWnd); }
+    void HideCaret() { ::HideCaret(m_hWnd); }
+    void CreateSolidCaret(int nWidth, int nHeight) { ::CreateCaret(m_hWnd, NULL, nWidth, nHeight); }
+    static void PASCAL SetCaretPos(POINT point) { ::SetCaretPos(point.x, point.y); }
+    HICON SetIcon(HICON hIcon, BOOL bBigIcon) // the one before
+    {
+        return reinterpret_cast<HICON>(
+            SendMessage(WM_SETICON, static_cast<WPARAM>(bBigIcon), reinterpret_cast<LPARAM>(hIcon)));
+    }
+    HICON GetIcon(BOOL bBigIcon) const
+    {
+        return reinterpret_cast<HICON>(SendMessage(WM_GETICON, static_cast<WPARAM>(bBigIcon)));
+    }
+
     // Relatives.
     CWnd* GetParent() const { return FromHandle(::GetParent(m_hWnd)); }
     CWnd* SetParent(CWnd* pWndNewParent); // the one before
@@ -160,6 +182,7 @@ public:
     BOOL IsChild(const CWnd* pWnd) const;
     CWnd* ChildWindowFromPoint(POINT point) const { return FromHandle(::ChildWindowFromPoint(m_hWnd, point)); }
     static CWnd* PASCAL FindWindow(LPCTSTR pszClassName, LPCTSTR pszWindowName);
+    static CWnd* PASCAL GetDesktopWindow() { return FromHandle(::GetDesktopWindow()); }
     static CWnd* PASCAL WindowFromPoint(POINT point) { return FromHandle(::WindowFromPoint(point)); }
     CWnd* GetDlgItem(int nID) const { return FromHandle(::GetDlgItem(m_hWnd, nID)); } // NULL if there is none
     void GetDlgItem(int nID, HWND* phWnd) const { *phWnd = ::GetDlgItem(m_hWnd, nID); }
@@ -260,6 +283,7 @@ protected:
     afx_msg UINT OnGetDlgCode();
     afx_msg void OnGetMinMaxInfo(MINMAXINFO* pMinMaxInfo);
     afx_msg void OnHScroll(UINT nSBCode, UINT nPos, CScrollBar* pScrollBar);
+    afx_msg void OnInitMenuPopup(CMenu* pPopupMenu, UINT nIndex, BOOL bSysMenu);
     afx_msg void OnKeyDown(UINT nChar, UINT nRepCnt, UINT nFlags);
     afx_msg void OnKeyUp(UINT nChar, UINT nRepCnt, UINT nFlags);
     afx_msg void OnKillFocus(CWnd* pNewWnd);
@@ -267,6 +291,8 @@ protected:
     afx_msg void OnLButtonDown(UINT nFlags, CPoint point);
     afx_msg void OnLButtonUp(UINT nFlags, CPoint point);
     afx_msg void OnMeasureItem(int nIDCtl, LPMEASUREITEMSTRUCT pMeasureItem);
+    afx_msg LRESULT OnMenuChar(UINT nChar, UINT nFlags, CMenu* pMenu);
+    afx_msg void OnMenuSelect(UINT nItemID, UINT nFlags, HMENU hSysMenu);
     afx_msg void OnMouseMove(UINT nFlags, CPoint point);
     afx_msg BOOL OnMouseWheel(UINT nFlags, short zDelta, CPoint point);
     afx_msg void OnMove(int x, int y);

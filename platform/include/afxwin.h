@@ -4,9 +4,11 @@
 
 #include "afx.h"
 #include "afxcoll.h"
+#include "afxres.h"
 #include "afx_geometry.h"
 #include "afx_gdi.h"
 #include "afx_cmd.h"
+#include "afx_menu.h"
 #include "afx_wnd.h"
 #include "afx_dc.h"
 #include "afx_controls.h"
