@@ -5,11 +5,9 @@
 #include "screen_support.h"
 
 #include "support/gdi_objects.h"
+#include "support/heap_blocks.h"
 
 #include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
 
 struct CHoldings
 {
@@ -29,14 +27,8 @@ inline CHoldings CountHoldings()
     CGdiObject::DeleteTempMap();
     CDC::DeleteTempMap();
     CWnd::DeleteTempMap();
-    CHoldings holdings = {CountGdiObjects(), 0, 0};
+    CHoldings holdings = {CountGdiObjects(), 0, CountHeapBlocks()};
     ::EnumThreadWindows(::GetCurrentThreadId(), CountWindow, reinterpret_cast<LPARAM>(&holdings.windows));
-    std::vector<HANDLE> heaps(::GetProcessHeaps(0, nullptr));
-    heaps.resize(std::min<size_t>(heaps.size(), ::GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data())));
-    for (const HANDLE heap : heaps) {
-        PROCESS_HEAP_ENTRY entry = {};
-        while (::HeapWalk(heap, &entry)) holdings.heapBlocks += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0;
-    }
     return holdings;
 }
 

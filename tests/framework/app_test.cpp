@@ -263,6 +263,59 @@ TEST(AppTest, TheMessageBoxIsTheApplicationsOrTheProgramsOwn)
     EXPECT_TRUE(answer.m_titles[0] != answer.m_titles[1]);
 }
 
+namespace {
+
+class CFailing : public CPlainWindow
+{
+protected:
+    void OnMemory() { AfxThrowMemoryException(); }
+    void OnUser() { AfxThrowUserException(); }
+    afx_msg LRESULT OnMessage(WPARAM, LPARAM) { AfxThrowResourceException(); }
+    DECLARE_MESSAGE_MAP()
+};
+
+BEGIN_MESSAGE_MAP(CFailing, CPlainWindow)
+ON_COMMAND(1, OnMemory)
+ON_COMMAND(2, OnUser)
+ON_MESSAGE(WM_APP, OnMessage)
+END_MESSAGE_MAP()
+
+} // namespace
+
+TEST(AppTest, AnExceptionThatLeavesAHandlerIsSaidUnlessThePersonKnows)
+{
+    CTestApp app;
+    CFailing wnd;
+    CBoxAnswer answer;
+    EXPECT_EQ(1, wnd.SendMessage(WM_COMMAND, 1)); // counts as handled
+    EXPECT_EQ(1, wnd.SendMessage(WM_COMMAND, 2));
+    EXPECT_EQ(0, wnd.SendMessage(WM_APP));
+    ASSERT_EQ(2u, answer.m_texts.size());
+    EXPECT_EQ(CString(L"Out of memory."), answer.m_texts[0]);
+    EXPECT_EQ(CString(L"A required resource was unavailable."), answer.m_texts[1]);
+}
+
+TEST(AppTest, TheApplicationMayDecideWhatAFailedHandlerResultsIn)
+{
+    struct CDecidingApp : CTestApp
+    {
+        UINT m_nMessage = 0;
+        HWND m_hWnd = NULL;
+        LRESULT ProcessWndProcException(CException* e, const MSG* pMsg) override
+        {
+            m_nMessage = pMsg->message;
+            m_hWnd = pMsg->hwnd;
+            if (pMsg->wParam == 9) THROW(e); // fails in its turn
+            return e->IsKindOf(RUNTIME_CLASS(CResourceException)) ? 88 : 0;
+        }
+    } app;
+    CFailing wnd;
+    EXPECT_EQ(88, wnd.SendMessage(WM_APP));
+    EXPECT_EQ(static_cast<UINT>(WM_APP), app.m_nMessage);
+    EXPECT_EQ(wnd.m_hWnd, app.m_hWnd);
+    EXPECT_EQ(0, wnd.SendMessage(WM_APP, 9));
+}
+
 TEST(AppTest, AModuleStateHoldsForItsBlock)
 {
     const HINSTANCE hBefore = AfxGetResourceHandle();

@@ -1,4 +1,4 @@
-// CDialog: templates, the modal loop, keys, data exchange; CPropertySheet and CPropertyPage.
+// CDialog: templates, the modal loop, keys, data exchange.
 #include "afx_print.h"
 #include "dialogs.h"
 #include "window_support.h"
@@ -149,6 +149,22 @@ TEST(DialogTest, EnterAndEscapeAreOkAndCancel)
     EXPECT_EQ(IDCANCEL, dialog.DoModal());
     dialog.m_onIdle = [&] { dialog.PostMessage(WM_CLOSE); };
     EXPECT_EQ(IDCANCEL, dialog.DoModal());
+}
+
+TEST(DialogTest, AltAndHAskForHelp)
+{
+    static int nHelp;
+    nHelp = 0;
+    struct CHelpful : CDriven
+    {
+        LRESULT WindowProc(UINT nMessage, WPARAM wParam, LPARAM lParam) override
+        {
+            if (nMessage == WM_HELP) EndDialog(++nHelp);
+            return CDriven::WindowProc(nMessage, wParam, lParam);
+        }
+    } dialog;
+    dialog.m_onIdle = [&] { ::PostMessageW(::GetFocus(), WM_SYSKEYDOWN, L'H', 1 << 29 | 1); };
+    EXPECT_EQ(1, dialog.DoModal());
 }
 
 TEST(DialogTest, TabMovesTheFocus)
@@ -425,159 +441,4 @@ TEST(DataExchangeTest, AControlThatIsNotThereAndARecursionFail)
     EXPECT_TRUE(dialog.Exchange(TRUE, [&](CDataExchange*) { bInner = dialog.UpdateData(TRUE); }));
     EXPECT_FALSE(bInner);
 #endif
-}
-
-namespace {
-
-std::string g_calls;
-
-class CTestPage : public CPropertyPage
-{
-public:
-    CTestPage(UINT nID, const char* pszName, UINT nCaption = 0) : CPropertyPage(nID, nCaption), m_pszName(pszName) {}
-
-    BOOL m_bLeave = TRUE, m_bApply = TRUE;
-    const char* m_pszName;
-    int m_nValue = 3;
-
-    void Log(const char* psz) { g_calls += std::string(m_pszName) + psz + ' '; }
-    BOOL OnInitDialog() override
-    {
-        Log("init");
-        return CPropertyPage::OnInitDialog();
-    }
-    BOOL OnSetActive() override
-    {
-        Log("set");
-        return CPropertyPage::OnSetActive();
-    }
-    BOOL OnKillActive() override
-    {
-        Log("kill");
-        return CPropertyPage::OnKillActive() && m_bLeave;
-    }
-    BOOL OnApply() override
-    {
-        Log("apply");
-        return CPropertyPage::OnApply() && m_bApply;
-    }
-    void OnReset() override
-    {
-        Log("reset");
-        CPropertyPage::OnReset();
-    }
-    void OnOK() override
-    {
-        Log("ok");
-        CPropertyPage::OnOK();
-    }
-    void DoDataExchange(CDataExchange* pDX) override
-    {
-        if (GetDlgItem(IDC_NUMBER)) DDX_Text(pDX, IDC_NUMBER, m_nValue);
-    }
-};
-
-class CTestSheet : public CPropertySheet
-{
-public:
-    CTestSheet() : CPropertySheet(L"Sheet") { g_calls.clear(); }
-    std::vector<std::function<void()>> m_steps;
-
-protected:
-    afx_msg LRESULT OnKickIdle(WPARAM, LPARAM)
-    {
-        if (m_steps.empty()) return 0;
-        const auto step = m_steps.front();
-        m_steps.erase(m_steps.begin());
-        step();
-        return !m_steps.empty();
-    }
-    DECLARE_MESSAGE_MAP()
-};
-
-BEGIN_MESSAGE_MAP(CTestSheet, CPropertySheet)
-ON_MESSAGE(WM_KICKIDLE, OnKickIdle)
-END_MESSAGE_MAP()
-
-} // namespace
-
-TEST(PropertySheetTest, PagesAreShownLeftAndApplied)
-{
-    CTestPage one(IDD_PAGE_ONE, "1"), two(IDD_PAGE_TWO, "2", IDS_PAGE_TITLE);
-    CTestSheet sheet;
-    sheet.AddPage(&one);
-    sheet.AddPage(&two);
-    EXPECT_EQ(2, sheet.GetPageCount());
-    EXPECT_EQ(1, sheet.GetPageIndex(&two));
-    sheet.m_steps = {[&] {
-                         EXPECT_EQ(&one, sheet.GetActivePage());
-                         EXPECT_EQ(static_cast<CWnd*>(&one), CWnd::FromHandlePermanent(one.m_hWnd));
-                         one.SetDlgItemInt(IDC_NUMBER, 8);
-                         EXPECT_TRUE(sheet.SetActivePage(1));
-                         EXPECT_EQ(8, one.m_nValue);
-                         EXPECT_EQ(1, sheet.GetActiveIndex());
-                         one.m_nValue = 9;
-                         EXPECT_TRUE(sheet.SetActivePage(&one));
-                         EXPECT_EQ(9u, one.GetDlgItemInt(IDC_NUMBER));
-                     },
-                     [&] { sheet.PressButton(PSBTN_OK); }};
-    EXPECT_EQ(IDOK, sheet.DoModal());
-    EXPECT_EQ("1init 1set 1kill 2init 2set 2kill 1set 1kill 1apply 1ok 2apply 2ok ", g_calls);
-    EXPECT_EQ(nullptr, sheet.m_hWnd);
-    EXPECT_EQ(nullptr, one.m_hWnd);
-}
-
-TEST(PropertySheetTest, CancelResetsThePages)
-{
-    CTestPage one(IDD_PAGE_ONE, "1");
-    CTestSheet sheet;
-    sheet.AddPage(&one);
-    sheet.m_steps = {[&] { sheet.PressButton(PSBTN_CANCEL); }};
-    EXPECT_EQ(IDCANCEL, sheet.DoModal());
-    EXPECT_EQ("1init 1set 1reset ", g_calls);
-    // And again with the same objects.
-    sheet.m_steps = {[&] { sheet.EndDialog(77); }};
-    EXPECT_EQ(77, sheet.DoModal());
-}
-
-TEST(PropertySheetTest, APageMayRefuseToBeLeft)
-{
-    CTestPage one(IDD_PAGE_ONE, "1"), two(IDD_PAGE_TWO, "2");
-    CTestSheet sheet;
-    sheet.AddPage(&one);
-    sheet.AddPage(&two);
-    one.m_bLeave = FALSE;
-    sheet.m_steps = {[&] {
-                         sheet.SetActivePage(1);
-                         EXPECT_EQ(&one, sheet.GetActivePage());
-                         sheet.PressButton(PSBTN_OK);
-                     },
-                     [&] {
-                         EXPECT_NE(nullptr, one.m_hWnd);
-                         sheet.EndDialog(5);
-                     }};
-    EXPECT_EQ(5, sheet.DoModal());
-}
-
-TEST(PropertySheetTest, APageWithoutATemplateFailsTheSheet)
-{
-    CTestPage none(IDD_ABSENT, "0");
-    CTestSheet sheet;
-    EXPECT_EQ(-1, sheet.DoModal());
-    sheet.AddPage(&none);
-    EXPECT_EQ(-1, sheet.DoModal());
-}
-
-TEST(PropertySheetTest, AModelessSheetAndItsPages)
-{
-    CTestPage one(IDD_PAGE_ONE, "1"), two(IDD_PAGE_TWO, "2");
-    CTestSheet sheet;
-    sheet.AddPage(&one);
-    ASSERT_TRUE(sheet.Create(NULL));
-    sheet.AddPage(&two);
-    EXPECT_TRUE(sheet.SetActivePage(&two));
-    EXPECT_NE(nullptr, two.m_hWnd);
-    sheet.RemovePage(&two);
-    EXPECT_EQ(1, sheet.GetPageCount());
-    EXPECT_TRUE(sheet.DestroyWindow());
 }

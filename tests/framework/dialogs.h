@@ -5,7 +5,13 @@
 #define IDD_PAGE_TWO 403
 #define IDD_DAMAGED 404
 #define IDD_LISTS 405
+#define IDR_MENU 406
+#define IDB_CUT_HEADER 407
+#define IDB_CUT_ROWS 408
 #define IDD_ABSENT 409
+#define IDB_CUT_COLOURS 410
+#define IDB_WHOLE 411
+#define IDB_OLDEST 412
 #define IDC_TEXT 1001
 #define IDC_NUMBER 1002
 #define IDC_REAL 1003
@@ -19,3 +25,8 @@
 #define IDC_PUSH 1011
 #define IDC_MANY_LINES 1012
 #define IDS_PAGE_TITLE 450
+// Of a block that is cut off within its third text.
+#define IDS_DAMAGED_FIRST 16000
+#define IDS_DAMAGED_EMPTY 16001
+#define IDS_DAMAGED_CUT 16002
+#define IDS_DAMAGED_GONE 16003

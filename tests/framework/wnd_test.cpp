@@ -210,21 +210,6 @@ TEST(WndTest, AnObjectMayDeleteItselfAtTheEnd)
     EXPECT_TRUE(bGone);
 }
 
-TEST(WndTest, ManyWindowsLeaveNothingBehind)
-{
-    const auto round = [] {
-        CPlainWindow wnd;
-        CEdit edit;
-        edit.Create(WS_CHILD, CRect(0, 0, 9, 9), &wnd, 1);
-        wnd.GetDlgItem(1);
-        wnd.ReleaseDC(wnd.GetDC());
-    };
-    round();
-    const DWORD nUser = ::GetGuiResources(::GetCurrentProcess(), GR_USEROBJECTS);
-    for (int i = 0; i < 100; ++i) round();
-    EXPECT_EQ(nUser, ::GetGuiResources(::GetCurrentProcess(), GR_USEROBJECTS));
-}
-
 TEST(WndTest, ModifyStyleSaysWhetherItChanged)
 {
     CPlainWindow wnd;

@@ -1,0 +1,25 @@
+// Ids of the host application's resources, messages and controls.
+#define IDR_KEYS 100
+#define IDD_MAIN 101
+#define IDD_ABOUT 102
+#define IDD_GENERAL 103
+#define IDD_ADVANCED 104
+#define IDS_GENERAL 110
+#define IDC_NOTE 1001
+#define IDC_HISTORY 1002
+#define IDC_COUNT 1003
+#define IDC_LETTER_A 1010
+#define IDC_LETTER_B 1011
+#define IDC_LETTER_C 1012
+#define IDC_NAME 1020
+#define IDC_TEXT_SIZE 1021
+#define IDC_LOUD 1022
+#define ID_OPTIONS 0x8001
+#define ID_ABOUT 0x8002
+#define ID_WORK 0x8003
+#define ID_FAIL 0x8004
+#define ID_PAPER 0x8005
+#define ID_RED 0x8010
+#define ID_GREEN 0x8011
+#define ID_BLUE 0x8012
+#define ID_VIOLET 0x8013
