@@ -139,8 +139,9 @@ void CCJFlatComboBox::OnLButtonUp(UINT nFlags, CPoint point)
 
 void CCJFlatComboBox::OnPaint()
 {
-    ModifyStyleEx(WS_EX_DLGMODALFRAME | WS_EX_CLIENTEDGE | WS_EX_STATICEDGE, 0, SWP_FRAMECHANGED);
     const CLifelineGuard guard(m_lifeline);
+    ModifyStyleEx(WS_EX_DLGMODALFRAME | WS_EX_CLIENTEDGE | WS_EX_STATICEDGE, 0, SWP_FRAMECHANGED);
+    if (guard.IsGone() || !m_hWnd) return;
     Default(); // an owner-drawn box asks the host to draw
     if (guard.IsGone() || !m_hWnd) return;
     if (IsPointerOutside() && !m_bFocus) {
@@ -189,8 +190,10 @@ void CCJFlatComboBox::OnEditUpdate()
     const int nStart = LOWORD(dwSelection);
     const int nEnd = HIWORD(dwSelection);
 
-    if (SelectString(-1, strTyped) == CB_ERR) {
-        const CLifelineGuard guard(m_lifeline);
+    const CLifelineGuard guard(m_lifeline);
+    const int nFound = SelectString(-1, strTyped);
+    if (guard.IsGone() || !m_hWnd) return;
+    if (nFound == CB_ERR) {
         SetWindowText(strTyped); // which may be told to the host
         if (guard.IsGone() || !m_hWnd) return;
         if (bSelectionValid) SetEditSel(nStart, nEnd);

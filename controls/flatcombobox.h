@@ -11,11 +11,9 @@
 //
 // What a host should know:
 // 1. A box with an edit field (CBS_DROPDOWN) hands the focus on to that field and counts as not having it: only a
-// drop-down
-//    list (CBS_DROPDOWNLIST) stays raised while it has the focus.
+//    drop-down list (CBS_DROPDOWNLIST) stays raised while it has the focus.
 // 2. Completing does not tell typing from deleting: a completed remainder that is deleted with backspace comes back,
-// and
-//    a field that is emptied may be filled with the first item. Delete inside the text, or switch completion off.
+//    and a field that is emptied may be filled with the first item. Delete inside the text, or switch completion off.
 // 3. Keys with Alt do not reach the control as characters.
 #ifndef KORVANE_CONTROLS_FLATCOMBOBOX_H
 #define KORVANE_CONTROLS_FLATCOMBOBOX_H

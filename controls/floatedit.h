@@ -58,6 +58,8 @@ public:
 
     // Checks the text now, the bounds too when checkBounds. A text that is no number beeps; an empty one is silent; a
     // violated bound shows a message box (see 6. above). True when the text passes, and always with the check off.
+    // A box takes the focus: when this field has it, leaving is checked too, and shows a box of its own. Call it with
+    // the focus elsewhere, or in silent mode.
     bool Validate(bool checkBounds);
 
 protected:

@@ -8,7 +8,7 @@ namespace {
 
 constexpr UINT kTimerPeriod = 100; // milliseconds
 constexpr int kHandCursor = 32649; // the system's IDC_HAND, which the library ships under the same number
-constexpr int kRepaintBelow = 10;  // pixels: an underline may lie below the window's fitted height
+constexpr int kRepaintBelow = 10;  // pixels: the window's own edge cuts them off
 constexpr DWORD kRegBytes = 260;
 
 // What a code of a failed start means. 26, a sharing violation, is an unknown error to those who report it.
@@ -163,9 +163,11 @@ HICON CHyperLink::GetLinkCursor() const
 
 void CHyperLink::SetUnderline(int mode)
 {
+    const CLifelineGuard guard(m_lifeline);
     if (mode != m_nUnderline && m_hWnd) {
         UseFont(mode == 1 ? m_underlineFont : m_font);
-        Invalidate();
+        if (guard.IsGone()) return;
+        if (m_hWnd) Invalidate();
     }
     m_nUnderline = mode;
 }
@@ -186,6 +188,7 @@ bool CHyperLink::GetAutoSize() const
     return m_bAutoSize;
 }
 
+// A new font is drawn at once, and the drawing asks the host for its colours: it may destroy what it likes.
 void CHyperLink::UseFont(const CFont& font)
 {
     SendMessage(WM_SETFONT, reinterpret_cast<WPARAM>(font.GetSafeHandle()), TRUE);
@@ -261,9 +264,11 @@ BOOL CHyperLink::OnSetCursor(CWnd*, UINT, UINT)
 
 void CHyperLink::OnMouseMove(UINT nFlags, CPoint point)
 {
+    const CLifelineGuard guard(m_lifeline);
     if (!m_bOverControl) {
         m_bOverControl = true;
         if (m_nUnderline == -1) UseFont(m_underlineFont);
+        if (guard.IsGone() || !m_hWnd) return;
         Invalidate();
         SetTimer(m_nTimerID, kTimerPeriod, nullptr);
     }
@@ -272,6 +277,7 @@ void CHyperLink::OnMouseMove(UINT nFlags, CPoint point)
 
 void CHyperLink::OnTimer(UINT nIDEvent)
 {
+    const CLifelineGuard guard(m_lifeline);
     CPoint point(::GetMessagePos());
     ScreenToClient(&point);
     CRect client;
@@ -280,6 +286,7 @@ void CHyperLink::OnTimer(UINT nIDEvent)
         m_bOverControl = false;
         KillTimer(static_cast<int>(m_nTimerID));
         if (m_nUnderline != 1) UseFont(m_font);
+        if (guard.IsGone() || !m_hWnd) return;
         client.bottom += kRepaintBelow;
         InvalidateRect(client);
     }

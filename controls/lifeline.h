@@ -5,8 +5,8 @@
 // Errors     none.
 //
 //     CLifelineGuard guard(m_lifeline);
-//     AfxMessageBox(strText);       // whatever a host does meanwhile
-//     if (guard.IsGone()) return;   // not even "this" may be used any more
+//     AfxMessageBox(strText);     // whatever a host does meanwhile
+//     if (guard.IsGone()) return; // not even "this" may be used any more
 #ifndef KORVANE_CONTROLS_LIFELINE_H
 #define KORVANE_CONTROLS_LIFELINE_H
 

@@ -33,9 +33,100 @@ void Scroll(CWnd& window, int bar, int distance)
                 SW_SCROLLCHILDREN | SW_INVALIDATE | SW_ERASE);
 }
 
-// Answers WM_VSCROLL or WM_HSCROLL. size: of the client area along the bar. beyond: what the last position is further
-// than the range's end less that size.
-void MoveBar(CWnd& window, int bar, unsigned int code, unsigned int position, int size, int beyond)
+CRect ClientArea(CWnd& window)
+{
+    CRect client(0, 0, 0, 0);
+    ::GetClientRect(window.m_hWnd, &client);
+    return client;
+}
+
+} // namespace
+
+void CContentScroller::Start(CWnd& window)
+{
+    const CRect client = ClientArea(window);
+    m_nDesignWidth = client.Width();
+    m_nDesignHeight = client.Height();
+    m_bInitialised = true;
+    m_bVertical = false;
+    m_bHorizontal = false;
+}
+
+void CContentScroller::Resize(CWnd& window, unsigned int type, int cx, int cy)
+{
+    if (!m_bInitialised || type != SIZE_RESTORED) return;
+    CSize size(cx, cy);
+    if (m_bResizing) {
+        // From within: what is going on would be done twice, by its old flags and with positions half set.
+        m_next = size;
+        m_bAgain = true;
+        return;
+    }
+    // A host may destroy the dialog and its object in the WM_SIZE of a bar, or when a child is moved.
+    const CLifelineGuard guard(m_lifeline);
+    m_bResizing = true;
+    for (int i = 0; i < kMostSizes; ++i) {
+        m_bAgain = false;
+        ResizeVertically(window, size.cy);
+        if (guard.IsGone()) return;
+        ResizeHorizontally(window, size.cx);
+        if (guard.IsGone()) return;
+        if (!m_bAgain) break;
+        size = m_next;
+    }
+    m_bResizing = false;
+}
+
+// The window is smaller than designed along this bar.
+void CContentScroller::FitSmaller(CWnd& window, int bar, int design, int size)
+{
+    const CLifelineGuard guard(m_lifeline);
+    int position = window.GetScrollPos(bar);
+    // A host may have set any position: the sum is formed wide enough.
+    const long long beyond = static_cast<long long>(position) - design + size;
+    if (beyond > 0) {
+        Scroll(window, bar, static_cast<int>(beyond));
+        if (guard.IsGone()) return;
+        position = design - size;
+    }
+    ApplyScrollInfo(window, bar, 0, design - 1, size);
+    if (!guard.IsGone()) window.SetScrollPos(bar, position);
+}
+
+void CContentScroller::ResizeVertically(CWnd& window, int cy)
+{
+    if (cy < m_nDesignHeight) {
+        m_bVertical = true;
+        FitSmaller(window, SB_VERT, m_nDesignHeight, cy);
+        return;
+    }
+    if (m_bVertical) {
+        const CLifelineGuard guard(m_lifeline);
+        if (const int position = window.GetScrollPos(SB_VERT)) Scroll(window, SB_VERT, position);
+        if (guard.IsGone()) return;
+        ApplyScrollInfo(window, SB_VERT, 0, m_nDesignHeight - 1, cy);
+        if (guard.IsGone()) return;
+    }
+    m_bVertical = false;
+}
+
+void CContentScroller::ResizeHorizontally(CWnd& window, int cx)
+{
+    if (!m_bNoHorizontal && cx < m_nDesignWidth) {
+        m_bHorizontal = true;
+        FitSmaller(window, SB_HORZ, m_nDesignWidth, cx);
+        return;
+    }
+    if (!m_bHorizontal) return;
+    const CLifelineGuard guard(m_lifeline);
+    // The vertical position, not the horizontal one: hosts know it so.
+    if (const int position = window.GetScrollPos(SB_VERT)) Scroll(window, SB_HORZ, position);
+    if (guard.IsGone()) return;
+    ApplyScrollInfo(window, SB_HORZ, 0, m_nDesignWidth - 1, cx);
+    if (!guard.IsGone()) m_bHorizontal = false;
+}
+
+void CContentScroller::MoveBar(CWnd& window, int bar, unsigned int code, unsigned int position, int size, int beyond)
 {
     const int from = window.GetScrollPos(bar);
     int min, max;
@@ -71,98 +162,9 @@ void MoveBar(CWnd& window, int bar, unsigned int code, unsigned int position, in
         to = to < 0 ? 0 : std::min(to, last);
     }
     if (to == from) return;
+    const CLifelineGuard guard(m_lifeline); // a child that is moved may tell the host
     Scroll(window, bar, static_cast<int>(from - to));
-    window.SetScrollPos(bar, static_cast<int>(to));
-}
-
-CRect ClientArea(CWnd& window)
-{
-    CRect client(0, 0, 0, 0);
-    ::GetClientRect(window.m_hWnd, &client);
-    return client;
-}
-
-} // namespace
-
-void CContentScroller::Start(CWnd& window)
-{
-    const CRect client = ClientArea(window);
-    m_nDesignWidth = client.Width();
-    m_nDesignHeight = client.Height();
-    m_bInitialised = true;
-    m_bVertical = false;
-    m_bHorizontal = false;
-}
-
-void CContentScroller::Resize(CWnd& window, unsigned int type, int cx, int cy)
-{
-    if (!m_bInitialised || type != SIZE_RESTORED) return;
-    CSize size(cx, cy);
-    if (m_bResizing) {
-        // From within: what is going on would be done twice, by its old flags and with positions half set.
-        m_next = size;
-        m_bAgain = true;
-        return;
-    }
-    // A host may destroy the dialog and its object in the WM_SIZE of a bar.
-    const CLifelineGuard guard(m_lifeline);
-    m_bResizing = true;
-    for (int i = 0; i < kMostSizes; ++i) {
-        m_bAgain = false;
-        ResizeVertically(window, size.cy);
-        if (guard.IsGone()) return;
-        ResizeHorizontally(window, size.cx);
-        if (guard.IsGone()) return;
-        if (!m_bAgain) break;
-        size = m_next;
-    }
-    m_bResizing = false;
-}
-
-// The window is smaller than designed along this bar.
-void CContentScroller::FitSmaller(CWnd& window, int bar, int design, int size)
-{
-    const CLifelineGuard guard(m_lifeline);
-    int position = window.GetScrollPos(bar);
-    // A host may have set any position: the sum is formed wide enough.
-    const long long beyond = static_cast<long long>(position) - design + size;
-    if (beyond > 0) {
-        Scroll(window, bar, static_cast<int>(beyond));
-        position = design - size;
-    }
-    ApplyScrollInfo(window, bar, 0, design - 1, size);
-    if (!guard.IsGone()) window.SetScrollPos(bar, position);
-}
-
-void CContentScroller::ResizeVertically(CWnd& window, int cy)
-{
-    if (cy < m_nDesignHeight) {
-        m_bVertical = true;
-        FitSmaller(window, SB_VERT, m_nDesignHeight, cy);
-        return;
-    }
-    if (m_bVertical) {
-        if (const int position = window.GetScrollPos(SB_VERT)) Scroll(window, SB_VERT, position);
-        const CLifelineGuard guard(m_lifeline);
-        ApplyScrollInfo(window, SB_VERT, 0, m_nDesignHeight - 1, cy);
-        if (guard.IsGone()) return;
-    }
-    m_bVertical = false;
-}
-
-void CContentScroller::ResizeHorizontally(CWnd& window, int cx)
-{
-    if (!m_bNoHorizontal && cx < m_nDesignWidth) {
-        m_bHorizontal = true;
-        FitSmaller(window, SB_HORZ, m_nDesignWidth, cx);
-        return;
-    }
-    if (!m_bHorizontal) return;
-    // The vertical position, not the horizontal one: hosts know it so.
-    if (const int position = window.GetScrollPos(SB_VERT)) Scroll(window, SB_HORZ, position);
-    const CLifelineGuard guard(m_lifeline);
-    ApplyScrollInfo(window, SB_HORZ, 0, m_nDesignWidth - 1, cx);
-    if (!guard.IsGone()) m_bHorizontal = false;
+    if (!guard.IsGone()) window.SetScrollPos(bar, static_cast<int>(to));
 }
 
 void CContentScroller::ScrollVertically(CWnd& window, unsigned int code, unsigned int position)

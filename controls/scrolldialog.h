@@ -13,8 +13,7 @@
 // 1. A bar takes room of the client area, so one bar often brings the other with it; the window then gets WM_SIZE from
 //    within its own OnSize. That size is dealt with as soon as the one before it is.
 // 2. The last horizontal position is two pixels before the end, where the vertical one is at the end; when the window
-// is
-//    one pixel narrower than designed, it is -1.
+//    is one pixel narrower than designed, it is -1.
 // 3. When the window has become wide enough again, the content goes back horizontally by the vertical position: a
 //    dialog that was scrolled only horizontally stays shifted.
 // 4. Only dragging the thumb scrolls; where it is let go says nothing new.
@@ -42,6 +41,9 @@ private:
     void ResizeVertically(CWnd& window, int cy);
     void ResizeHorizontally(CWnd& window, int cx);
     void FitSmaller(CWnd& window, int bar, int design, int size);
+    // Answers WM_VSCROLL or WM_HSCROLL. size: of the client area along the bar. beyond: what the last position is
+    // further than the range's end less that size.
+    void MoveBar(CWnd& window, int bar, unsigned int code, unsigned int position, int size, int beyond);
 
     bool m_bReserved = false;
     bool m_bNoHorizontal = false; // no horizontal scrolling

@@ -298,7 +298,10 @@ TEST_F(AboutDialogTest, WithoutAPictureTheBackgroundStaysAndTheTextsAreDrawn)
 {
     constexpr COLORREF before = RGB(255, 0, 255);
     // Something that is no bitmap is no picture either.
-    for (const HBITMAP none : {static_cast<HBITMAP>(nullptr), static_cast<HBITMAP>(::GetStockObject(WHITE_BRUSH))}) {
+    const HBITMAP deleted = MakePicture(30, 20);
+    ::DeleteObject(deleted);
+    for (const HBITMAP none :
+         {static_cast<HBITMAP>(nullptr), static_cast<HBITMAP>(::GetStockObject(WHITE_BRUSH)), deleted}) {
         CDrivenAbout box(none, kUrl, kVersionText, KORVANE_IDD_ABOUT);
         box.Run([&] {
             box.Show();
@@ -435,7 +438,8 @@ TEST_F(AboutDialogTest, TheHostsResourceHandleIsRestored)
 TEST_F(AboutDialogTest, ATemplateThatIsMissingOrDamagedEndsWithMinusOne)
 {
     const HINSTANCE before = AfxGetResourceHandle();
-    for (const UINT id : {IDD_SCROLL_ABSENT, IDD_SCROLL_DAMAGED, 0}) {
+    for (const UINT id : {IDD_SCROLL_ABSENT, IDD_SCROLL_DAMAGED, IDD_SCROLL_WITHOUT_CONTROLS, IDD_SCROLL_ENDLESS,
+                          IDD_SCROLL_EMPTY, 0}) {
         SCOPED_TRACE(id);
         CAppAboutDlg box(m_picture, kUrl, kVersionText, id);
         EXPECT_EQ(-1, box.DoModal());

@@ -1,6 +1,7 @@
 #include "controls_fixture.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -73,6 +74,25 @@ std::wstring CMessageBoxes::Texts() const
     std::wstring texts;
     for (const Box& box : m_met) texts += (texts.empty() ? L"" : L"|") + box.text;
     return texts;
+}
+
+CClipboardText::CClipboardText(const std::wstring& text)
+{
+    EXPECT_TRUE(::OpenClipboard(nullptr));
+    ::EmptyClipboard();
+    const size_t size = (text.size() + 1) * sizeof(wchar_t);
+    const HGLOBAL block = ::GlobalAlloc(GMEM_MOVEABLE, size);
+    std::memcpy(::GlobalLock(block), text.c_str(), size);
+    ::GlobalUnlock(block);
+    EXPECT_TRUE(::SetClipboardData(CF_UNICODETEXT, block)); // the clipboard's from now on
+    ::CloseClipboard();
+}
+
+CClipboardText::~CClipboardText()
+{
+    if (!::OpenClipboard(nullptr)) return;
+    ::EmptyClipboard();
+    ::CloseClipboard();
 }
 
 std::vector<UINT>& CBeeps::Types()
@@ -197,6 +217,13 @@ void CControlsFixture::ShiftKey(UINT nKey)
     KeyUp(VK_SHIFT);
 }
 
+void CControlsFixture::ControlKey(UINT nKey)
+{
+    KeyDown(VK_CONTROL);
+    Key(nKey);
+    KeyUp(VK_CONTROL);
+}
+
 void CControlsFixture::Type(const wchar_t* text)
 {
     for (; *text; ++text) {
@@ -223,4 +250,9 @@ void CControlsFixture::TakePicture(const wchar_t* name)
 {
     ::RedrawWindow(m_dialog, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
     EXPECT_TRUE(CPixels(m_dialog).Save(name));
+}
+
+void CControlsFixture::TakeScreen(const wchar_t* name)
+{
+    EXPECT_TRUE(CPixels(nullptr).Save(name));
 }

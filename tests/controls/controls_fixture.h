@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Modeless, and counts what it is told.
@@ -23,8 +24,14 @@ public:
 
     int m_nCancelled = 0;
     int m_nAccepted = 0;
+    std::function<void(UINT code)> m_onNotice; // of each notification of a control, before its handlers
 
 protected:
+    BOOL OnCommand(WPARAM wParam, LPARAM lParam) override
+    {
+        if (m_onNotice) m_onNotice(HIWORD(wParam));
+        return CDialog::OnCommand(wParam, lParam);
+    }
     void OnOK() override { ++m_nAccepted; }
     void OnCancel() override { ++m_nCancelled; }
 };
@@ -74,6 +81,40 @@ private:
     CImportPatch m_patch{L"korvaneLib.dll", "MessageBeep", &CBeeps::Count};
 };
 
+// A text on the clipboard, as another program leaves it there; the clipboard is empty afterwards.
+class CClipboardText
+{
+public:
+    explicit CClipboardText(const std::wstring& text);
+    ~CClipboardText();
+    CClipboardText(const CClipboardText&) = delete;
+    CClipboardText& operator=(const CClipboardText&) = delete;
+};
+
+// One of the library's controls that notes which of some messages it gets, in order, such as "WM_CHAR WM_KEYUP".
+template <class Control> class CNoting : public Control
+{
+public:
+    using Control::Control;
+
+    void Watch(std::vector<std::pair<UINT, const char*>> messages) { m_watched = std::move(messages); }
+    // What has come since the last call.
+    std::string Noted() { return std::exchange(m_noted, std::string()); }
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        for (const auto& watched : m_watched) {
+            if (watched.first == message) m_noted += (m_noted.empty() ? "" : " ") + std::string(watched.second);
+        }
+        return Control::WindowProc(message, wParam, lParam);
+    }
+
+private:
+    std::vector<std::pair<UINT, const char*>> m_watched;
+    std::string m_noted;
+};
+
 class CControlsFixture : public testing::Test
 {
 protected:
@@ -102,11 +143,13 @@ protected:
     void KeyUp(UINT nKey);
     void Key(UINT nKey);
     void ShiftKey(UINT nKey);
+    void ControlKey(UINT nKey);
     void Type(const wchar_t* text);
     void Focus(HWND window);
 
-    // For people: the dialog as it is, in the folder of the screens.
+    // For people: the dialog as it is, or all of the screen, in the folder of the screens.
     void TakePicture(const wchar_t* name);
+    static void TakeScreen(const wchar_t* name);
 
     CControlsDialog m_dialog;
 

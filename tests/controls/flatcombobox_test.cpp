@@ -2,7 +2,9 @@
 #include "controls/flatcombobox.h"
 
 #include "controls_fixture.h"
-#include "support/gdi_objects.h"
+#include "leak_support.h"
+
+#include <memory>
 
 namespace {
 
@@ -402,19 +404,150 @@ TEST_F(FlatComboBoxTest, DrawingGivesEveryContextBack)
     }
 }
 
-TEST_F(FlatComboBoxTest, OpeningAndClosingLeavesNothingBehind)
+TEST_F(FlatComboBoxTest, TheListMayChangeInTheHostsOwnHandler)
 {
-    const auto round = [] {
+    FocusField();
+    int nChanges = 0;
+    m_dialog.m_onNotice = [&](UINT code) {
+        if (code != CBN_EDITCHANGE) return;
+        m_combo.ResetContent(); // takes the text, too
+        m_combo.AddString((L"q" + std::to_wstring(++nChanges)).c_str());
+    };
+    Type(L"q");
+    Type(L"q");
+    m_dialog.m_onNotice = nullptr;
+    EXPECT_EQ(2, nChanges);
+    EXPECT_EQ(L"", Field());
+    EXPECT_EQ(1, m_combo.GetCount());
+    Type(L"q");
+    EXPECT_EQ(L"q2", Field());
+}
+
+TEST_F(FlatComboBoxTest, CompletingHasItsMessages)
+{
+    static constexpr struct
+    {
+        const wchar_t* typed;
+        int caret; // before it is typed
+        const char* messages;
+    } kCases[] = {
+        {L"a", 0, "GETEDITSEL SELECTSTRING SETEDITSEL"},
+        {L"q", 0, "GETEDITSEL SELECTSTRING SETTEXT SETEDITSEL SETEDITSEL"},
+        {L"b", 1, "GETEDITSEL SELECTSTRING SETEDITSEL"},
+    };
+    CControlsDialog dialog;
+    CNoting<CCJFlatComboBox> combo;
+    ASSERT_TRUE(dialog.Make(IDD_CONTROLS));
+    dialog.ShowWindow(SW_SHOW);
+    ASSERT_TRUE(combo.SubclassDlgItem(IDC_COMBO, &dialog));
+    combo.AddString(L"abc");
+    Focus(combo);
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.typed);
+        ::SetWindowTextW(combo, c.caret ? L"ac" : L"");
+        combo.SetEditSel(c.caret, c.caret);
+        combo.Watch({{CB_GETEDITSEL, "GETEDITSEL"},
+                     {CB_SELECTSTRING, "SELECTSTRING"},
+                     {WM_SETTEXT, "SETTEXT"},
+                     {CB_SETEDITSEL, "SETEDITSEL"}});
+        Type(c.typed);
+        EXPECT_EQ(c.messages, combo.Noted());
+        combo.Watch({});
+    }
+    dialog.DestroyWindow();
+}
+
+namespace {
+
+// Ends its window or itself when the message has been dealt with.
+class CVanishingCombo : public CCJFlatComboBox
+{
+public:
+    UINT m_message = 0;
+    std::function<void()> m_vanish;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        const LRESULT result = CCJFlatComboBox::WindowProc(message, wParam, lParam);
+        if (message == m_message && m_vanish) std::exchange(m_vanish, nullptr)();
+        return result;
+    }
+};
+
+} // namespace
+
+TEST_F(FlatComboBoxTest, MayEndWithinItsOwnCompletingAndPainting)
+{
+    static constexpr struct
+    {
+        UINT message, sent;
+    } kCases[] = {
+        {CB_SELECTSTRING, WM_COMMAND},
+        {WM_SETTEXT, WM_COMMAND},
+        {WM_STYLECHANGED, WM_PAINT},
+    };
+    for (const auto& c : kCases) {
+        for (const bool deleted : {false, true}) {
+            SCOPED_TRACE(testing::Message() << c.message << deleted);
+            CControlsDialog dialog;
+            ASSERT_TRUE(dialog.Make(IDD_CONTROLS));
+            dialog.ShowWindow(SW_SHOW);
+            auto combo = std::make_unique<CVanishingCombo>();
+            ASSERT_TRUE(combo->SubclassDlgItem(IDC_COMBO, &dialog));
+            const HWND window = combo->m_hWnd;
+            combo->ModifyStyleEx(0, WS_EX_CLIENTEDGE);
+            ::SetWindowTextW(window, L"no item");
+            combo->m_message = c.message;
+            combo->m_vanish = [&] { deleted ? combo.reset() : static_cast<void>(combo->DestroyWindow()); };
+            if (c.sent == WM_COMMAND) {
+                ::SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDC_COMBO, CBN_EDITUPDATE),
+                               reinterpret_cast<LPARAM>(window));
+            } else {
+                ::SendMessageW(window, c.sent, 0, 0);
+            }
+            EXPECT_FALSE(::IsWindow(window));
+            dialog.DestroyWindow();
+            Pump();
+        }
+    }
+}
+
+TEST_F(FlatComboBoxTest, TypedControlCharactersCompleteNothing)
+{
+    FocusField();
+    for (const WPARAM ch : {0, 1, 7, 9, 0x1F, 0xD800, 0xDC00}) ::SendMessageW(::GetFocus(), WM_CHAR, ch, 1);
+    EXPECT_EQ(std::wstring::npos, Field().find(L"abc"));
+    EXPECT_EQ(CB_ERR, m_combo.GetCurSel());
+}
+
+TEST_F(FlatComboBoxTest, IsShownInEachState)
+{
+    m_list.SetCurSel(0);
+    Focus(m_list);
+    TakePicture(L"flatcombobox-focused-list");
+    FocusField();
+    TakePicture(L"flatcombobox-focused-field");
+    m_list.ShowDropDown(TRUE);
+    Pump();
+    TakeScreen(L"flatcombobox-dropped");
+    m_list.ShowDropDown(FALSE);
+    ::SendMessageW(m_list, WM_SYSCOLORCHANGE, 0, 0);
+    ::SendMessageW(m_combo, WM_SYSCOLORCHANGE, 0, 0);
+    m_list.Invalidate();
+    m_combo.Invalidate();
+    TakePicture(L"flatcombobox-after-a-change-of-colours");
+}
+
+TEST_F(FlatComboBoxTest, FiveHundredOpeningsLeaveNothingBehind)
+{
+    ExpectNothingLeftBehind([] {
         CControlsDialog dialog;
         CCJFlatComboBox combo;
         ASSERT_TRUE(dialog.Make(IDD_CONTROLS));
         ASSERT_TRUE(combo.SubclassDlgItem(IDC_COMBO, &dialog));
+        combo.AddString(L"item");
+        combo.SendMessage(WM_MOUSEMOVE, 0, MAKELPARAM(2, 2));
         dialog.DestroyWindow();
-        CWnd::DeleteTempMap();
-        CGdiObject::DeleteTempMap();
-    };
-    round();
-    const int nBefore = CountGdiObjects();
-    for (int i = 0; i < 500; ++i) round();
-    EXPECT_EQ(nBefore, CountGdiObjects());
+    });
 }

@@ -2,7 +2,8 @@
 #include "controls/hyperlink.h"
 
 #include "controls_fixture.h"
-#include "support/gdi_objects.h"
+#include "leak_support.h"
+#include "support/handle_count.h"
 #include "support/start_recorder.h"
 
 #include <memory>
@@ -482,11 +483,10 @@ TEST_F(HyperLinkTest, StartsLeaveNoHandlesBehind)
         ASSERT_NE(L"", browser.WaitForStart());
     };
     round();
-    DWORD nBefore = 0, nAfter = 0;
-    ASSERT_TRUE(::GetProcessHandleCount(::GetCurrentProcess(), &nBefore));
+    const int nBefore = CountHandles();
+    ASSERT_GT(nBefore, 0);
     for (int i = 0; i < 5; ++i) round();
-    ASSERT_TRUE(::GetProcessHandleCount(::GetCurrentProcess(), &nAfter));
-    EXPECT_EQ(nBefore, nAfter);
+    EXPECT_EQ(nBefore, CountHandles());
 }
 
 TEST_F(HyperLinkTest, TheTimerRunsOnlyWhileHovered)
@@ -502,20 +502,164 @@ TEST_F(HyperLinkTest, TheTimerRunsOnlyWhileHovered)
     EXPECT_EQ(0, Count(kHover));
 }
 
-TEST_F(HyperLinkTest, TheEndOfHoveringRepaintsTenPixelsBelowToo)
+namespace {
+
+// While it lives, what the library wants repainted is noted, and is repainted.
+class CRepaints
 {
-    m_link.SetAutoSize(FALSE);
+public:
+    CRepaints() { List().clear(); }
+    static std::vector<std::pair<HWND, CRect>>& List()
+    {
+        static std::vector<std::pair<HWND, CRect>> list;
+        return list;
+    }
+
+private:
+    static BOOL WINAPI Note(HWND window, const RECT* rect, BOOL erase)
+    {
+        List().emplace_back(window, rect ? CRect(*rect) : CRect(0, 0, 0, 0));
+        return ::InvalidateRect(window, rect, erase);
+    }
+    CImportPatch m_patch{L"korvaneLib.dll", "InvalidateRect", &CRepaints::Note};
+};
+
+} // namespace
+
+// The ten pixels below are asked for, but a window's own edge cuts off what is repainted of it: the dialog keeps what
+// it has there.
+TEST_F(HyperLinkTest, TheEndOfHoveringRepaintsTenPixelsMoreOfTheLinkAndNothingOfTheDialog)
+{
+    constexpr COLORREF kMark = RGB(12, 200, 34);
     Subclass();
     MovePointer(m_link, 2, 2);
     ParkPointer();
+    m_link.KillTimer(100);
     ::UpdateWindow(m_link);
-    // The tick's own repaint, which reaches below the window and is cut there.
-    m_link.SendMessage(WM_TIMER, 100);
-    CRect update, client;
-    ::GetUpdateRect(m_link, update, FALSE);
+    CRect below = PlaceInParent(m_link);
+    below.top = below.bottom;
+    below.bottom += 10;
+    {
+        CClientDC dc(&m_dialog);
+        dc.FillSolidRect(below, kMark);
+    }
+    CRect client;
     m_link.GetClientRect(client);
-    EXPECT_TRUE(update.IsRectEmpty() || update == client);
+    const CRepaints repaints;
+    m_link.SendMessage(WM_TIMER, 100);
+    CRect enlarged(client);
+    enlarged.bottom += 10;
+    ASSERT_EQ(1u, CRepaints::List().size());
+    EXPECT_EQ(m_link.m_hWnd, CRepaints::List()[0].first);
+    EXPECT_TRUE(enlarged == CRepaints::List()[0].second);
+
+    CRect update;
+    EXPECT_TRUE(::GetUpdateRect(m_link, update, FALSE));
+    EXPECT_TRUE(client == update);
+    EXPECT_FALSE(::GetUpdateRect(m_dialog, update, FALSE));
     EXPECT_EQ(0, Count(kHover));
+    Pump();
+    const CPixels dialog(m_dialog);
+    EXPECT_EQ(below.Width() * 10, dialog.Count(kMark, below));
+}
+
+TEST_F(HyperLinkTest, HoveringHasItsMessages)
+{
+    static constexpr struct
+    {
+        int mode;
+        const char *over, *away;
+    } kCases[] = {
+        {-1, "move SETFONT", "timer SETFONT"},
+        {0, "move", "timer SETFONT"},
+        {1, "move", "timer"},
+    };
+    CNoting<CHyperLink> link;
+    ASSERT_TRUE(link.SubclassDlgItem(IDC_LINK, &m_dialog));
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.mode);
+        link.SetUnderline(c.mode);
+        link.Watch({{WM_MOUSEMOVE, "move"}, {WM_TIMER, "timer"}, {WM_SETFONT, "SETFONT"}});
+        link.Noted();
+        link.SendMessage(WM_MOUSEMOVE, 0, MAKELPARAM(2, 2));
+        EXPECT_EQ(c.over, link.Noted());
+        link.SendMessage(WM_MOUSEMOVE, 0, MAKELPARAM(3, 2)); // is over already
+        EXPECT_EQ("move", link.Noted());
+        EXPECT_TRUE(link.KillTimer(100));
+        link.SendMessage(WM_TIMER, 100);
+        EXPECT_EQ(c.away, link.Noted());
+    }
+}
+
+namespace {
+
+// Does what a host may do when its colours are asked for: ends its window, and itself.
+class CVanishingLink : public CHyperLink
+{
+public:
+    std::function<void()> m_vanish;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        const LRESULT result = CHyperLink::WindowProc(message, wParam, lParam);
+        if (message == WM_SETFONT && m_vanish) std::exchange(m_vanish, nullptr)();
+        return result;
+    }
+};
+
+} // namespace
+
+TEST_F(HyperLinkTest, MayEndWithinItsOwnTimerAndMouse)
+{
+    for (const bool timer : {false, true}) {
+        for (const bool deleted : {false, true}) {
+            SCOPED_TRACE(testing::Message() << timer << deleted);
+            CControlsDialog dialog;
+            ASSERT_TRUE(dialog.Make(IDD_CONTROLS));
+            auto link = std::make_unique<CVanishingLink>();
+            ASSERT_TRUE(link->SubclassDlgItem(IDC_LINK, &dialog));
+            const HWND window = link->m_hWnd;
+            if (timer) ::SendMessageW(window, WM_MOUSEMOVE, 0, MAKELPARAM(2, 2));
+            link->m_vanish = [&] { deleted ? link.reset() : static_cast<void>(link->DestroyWindow()); };
+            ::ValidateRect(m_dialog, nullptr);
+            const CRepaints repaints;
+            ::SendMessageW(window, timer ? WM_TIMER : WM_MOUSEMOVE, 100, 0);
+            EXPECT_FALSE(::IsWindow(window));
+            EXPECT_TRUE(CRepaints::List().empty()); // without a window it would be every window's
+            dialog.DestroyWindow();
+            Pump();
+        }
+    }
+}
+
+TEST_F(HyperLinkTest, AControlWithoutAFontGetsTheSystems)
+{
+    const HWND window = ::CreateWindowExW(0, L"STATIC", L"No font", WS_CHILD | WS_VISIBLE, 0, 0, 50, 20, m_dialog,
+                                          nullptr, nullptr, nullptr);
+    ASSERT_EQ(0, ::SendMessageW(window, WM_GETFONT, 0, 0));
+    ASSERT_TRUE(m_link.SubclassWindow(window));
+    LOGFONTW system = {}, used = {};
+    ::GetObjectW(::GetStockObject(SYSTEM_FONT), sizeof(system), &system);
+    m_link.SetUnderline(1);
+    ::GetObjectW(reinterpret_cast<HGDIOBJ>(m_link.SendMessage(WM_GETFONT)), sizeof(used), &used);
+    EXPECT_STREQ(system.lfFaceName, used.lfFaceName);
+    EXPECT_EQ(system.lfHeight, used.lfHeight);
+    EXPECT_EQ(system.lfWeight, used.lfWeight);
+    EXPECT_TRUE(used.lfUnderline);
+}
+
+// Its text comes after it has been looked at.
+TEST_F(HyperLinkTest, MayBeCreatedInsteadOfSubclassed)
+{
+    ASSERT_TRUE(m_link.Create(L"Created", WS_CHILD | WS_VISIBLE, CRect(5, 5, 100, 25), &m_dialog, 78));
+    EXPECT_TRUE(m_link.GetStyle() & SS_NOTIFY);
+    m_link.SetURL(L"http://www.example.com");
+    m_link.SetAutoSize();
+    EXPECT_EQ(Extent(L"http://www.example.com").cx, PlaceInParent(m_link).Width());
+    m_link.BringWindowToTop();
+    Click(m_link);
+    EXPECT_EQ(std::vector<std::wstring>(1, L"http://www.example.com"), m_link.m_started);
 }
 
 TEST_F(HyperLinkTest, DestroyWindowStopsTheTimer)
@@ -587,20 +731,39 @@ TEST_F(HyperLinkTest, ARegistryTextAlwaysEnds)
     EXPECT_STREQ(L"", text);
 }
 
-TEST_F(HyperLinkTest, OpeningAndClosingLeavesNothingBehind)
+TEST_F(HyperLinkTest, IsShownInEachState)
 {
-    const auto round = [] {
+    static constexpr int kItems[] = {IDC_LINK,       IDC_LINK_EMPTY,  IDC_LINK_CENTRED,
+                                     IDC_LINK_RIGHT, IDC_LINK_MIDDLE, IDC_LINK_FRAMED};
+    CHyperLink links[6];
+    links[1].SetURL(L"http://www.example.com");
+    for (int i = 0; i < 6; ++i) ASSERT_TRUE(links[i].SubclassDlgItem(kItems[i], &m_dialog));
+    TakePicture(L"hyperlink-alignments");
+    links[0].SetUnderline(1);
+    links[1].SetVisited();
+    links[2].SetUnderline(0);
+    links[3].SetColours(RGB(0, 128, 0), RGB(128, 128, 128), 0xFFFFFFFF);
+    links[4].EnableWindow(FALSE);
+    MovePointer(links[5], 2, 2);
+    TakePicture(L"hyperlink-underlined-visited-plain-coloured-disabled-hovered");
+    CTestLink failing;
+    ASSERT_TRUE(failing.SubclassDlgItem(IDC_NUMBER, &m_dialog));
+    const CMessageBoxes boxes([this] {
+        Pump();
+        TakeScreen(L"hyperlink-failed");
+    });
+    failing.ReportError(0);
+}
+
+TEST_F(HyperLinkTest, FiveHundredOpeningsLeaveNothingBehind)
+{
+    ExpectNothingLeftBehind([] {
         CControlsDialog dialog;
         CHyperLink link;
         ASSERT_TRUE(dialog.Make(IDD_CONTROLS));
         ASSERT_TRUE(link.SubclassDlgItem(IDC_LINK, &dialog));
         link.SetUnderline(1);
+        link.SendMessage(WM_MOUSEMOVE, 0, MAKELPARAM(2, 2));
         dialog.DestroyWindow();
-        CWnd::DeleteTempMap();
-        CGdiObject::DeleteTempMap();
-    };
-    round();
-    const int nBefore = CountGdiObjects();
-    for (int i = 0; i < 500; ++i) round();
-    EXPECT_EQ(nBefore, CountGdiObjects());
+    });
 }

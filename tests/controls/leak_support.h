@@ -6,19 +6,14 @@
 
 #include "support/gdi_objects.h"
 #include "support/heap_blocks.h"
+#include "support/user_objects.h"
 
 #include <gtest/gtest.h>
 
 struct CHoldings
 {
-    int gdiObjects, windows, heapBlocks;
+    int gdiObjects, userObjects, heapBlocks;
 };
-
-inline BOOL CALLBACK CountWindow(HWND, LPARAM count)
-{
-    ++*reinterpret_cast<int*>(count);
-    return TRUE;
-}
 
 // What this process holds once its queue is empty and the framework's temporary objects are gone.
 inline CHoldings CountHoldings()
@@ -27,8 +22,7 @@ inline CHoldings CountHoldings()
     CGdiObject::DeleteTempMap();
     CDC::DeleteTempMap();
     CWnd::DeleteTempMap();
-    CHoldings holdings = {CountGdiObjects(), 0, CountHeapBlocks()};
-    ::EnumThreadWindows(::GetCurrentThreadId(), CountWindow, reinterpret_cast<LPARAM>(&holdings.windows));
+    const CHoldings holdings = {CountGdiObjects(), CountUserObjects(), CountHeapBlocks()};
     return holdings;
 }
 
@@ -42,7 +36,7 @@ template <class Function> void ExpectNothingLeftBehind(Function function)
     const CHoldings after = CountHoldings();
     EXPECT_GT(before.heapBlocks, 0);
     EXPECT_LT(after.gdiObjects, before.gdiObjects + 50);
-    EXPECT_EQ(before.windows, after.windows);
+    EXPECT_EQ(before.userObjects, after.userObjects);
     EXPECT_LT(after.heapBlocks, before.heapBlocks + 250);
 }
 

@@ -2,6 +2,8 @@
 #ifndef KORVANE_TESTS_CONTROLS_SCREEN_SUPPORT_H
 #define KORVANE_TESTS_CONTROLS_SCREEN_SUPPORT_H
 
+#include "support/png_file.h"
+
 #include <afxwin.h>
 
 #include <string>
@@ -26,14 +28,14 @@ inline CRect PlaceInParent(HWND window)
     return rect;
 }
 
-// The client area of a window as it is on the screen.
+// The client area of a window as it is on the screen; of no window: the screen itself.
 class CPixels
 {
 public:
     explicit CPixels(HWND window)
     {
-        CRect client;
-        ::GetClientRect(window, &client);
+        CRect client(0, 0, ::GetSystemMetrics(SM_CXSCREEN), ::GetSystemMetrics(SM_CYSCREEN));
+        if (window) ::GetClientRect(window, &client);
         m_width = client.Width();
         m_height = client.Height();
         const HDC from = ::GetDC(window);
@@ -48,7 +50,6 @@ public:
             ::GdiFlush();
             const auto* first = static_cast<const DWORD*>(bits);
             m_pixels.assign(first, first + m_width * m_height);
-            for (DWORD& pixel : m_pixels) pixel |= 0xFF000000; // where other programs look for opacity
             ::SelectObject(memory, old);
             ::DeleteObject(bitmap);
         }
@@ -81,21 +82,7 @@ public:
     bool Save(const std::wstring& name) const
     {
         ::CreateDirectoryW(KORVANE_SCREENS, nullptr);
-        const std::wstring path = std::wstring(KORVANE_SCREENS) + L"/" + name + L".bmp";
-        const HANDLE file = ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-        if (file == INVALID_HANDLE_VALUE) return false;
-        const DWORD bytes = static_cast<DWORD>(m_pixels.size() * sizeof(DWORD));
-        BITMAPFILEHEADER header = {};
-        BITMAPINFOHEADER info = {sizeof(info), m_width, -m_height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
-        header.bfType = 0x4D42; // "BM"
-        header.bfOffBits = sizeof(header) + sizeof(info);
-        header.bfSize = header.bfOffBits + bytes;
-        DWORD written = 0;
-        const bool saved = ::WriteFile(file, &header, sizeof(header), &written, nullptr) &&
-                           ::WriteFile(file, &info, sizeof(info), &written, nullptr) &&
-                           ::WriteFile(file, m_pixels.data(), bytes, &written, nullptr) && written == bytes;
-        ::CloseHandle(file);
-        return saved;
+        return WritePng(std::wstring(KORVANE_SCREENS) + L"/" + name + L".png", m_width, m_height, m_pixels);
     }
     CRect All() const { return CRect(0, 0, m_width, m_height); }
 

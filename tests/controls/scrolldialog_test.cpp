@@ -6,8 +6,11 @@
 
 #include <algorithm>
 #include <climits>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -419,8 +422,6 @@ TYPED_TEST(ScrollingTest, EveryChildIsScrolled)
     this->Vertical(SB_LINEDOWN);
     EXPECT_EQ(last.top - 20, PlaceInParent(::GetDlgItem(this->m_dialog, IDC_SCROLL_LAST)).top);
     EXPECT_EQ(-20, this->Shift().y);
-    this->m_dialog.RedrawWindow(nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN);
-    EXPECT_TRUE(CPixels(this->m_dialog).Save(L"scrolled"));
 }
 
 TYPED_TEST(ScrollingTest, FiveHundredOpeningsLeaveNothingBehind)
@@ -457,7 +458,8 @@ TEST(ScrollDialogTest, ThePageIsCreatableByItsClass)
 
 TEST(ScrollDialogTest, ATemplateThatIsMissingOrDamagedGivesNoDialog)
 {
-    for (const UINT id : {IDD_SCROLL_ABSENT, IDD_SCROLL_DAMAGED, 0}) {
+    for (const UINT id : {IDD_SCROLL_ABSENT, IDD_SCROLL_DAMAGED, IDD_SCROLL_WITHOUT_CONTROLS, IDD_SCROLL_ENDLESS,
+                          IDD_SCROLL_EMPTY, 0}) {
         SCOPED_TRACE(id);
         CScrollDialog modal(id, nullptr);
         EXPECT_EQ(-1, modal.DoModal());
@@ -517,6 +519,124 @@ TEST(ScrollDialogTest, MayBeDestroyedWhileABarAppears)
 
 namespace {
 
+// A child whose move ends the dialog and its object.
+class CFuse : public CWnd
+{
+public:
+    std::function<void()> m_moved;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        const LRESULT result = CWnd::WindowProc(message, wParam, lParam);
+        if (message == WM_MOVE && m_moved) std::exchange(m_moved, nullptr)();
+        return result;
+    }
+};
+
+} // namespace
+
+TEST(ScrollDialogTest, MayBeDestroyedWhileItsChildrenMove)
+{
+    const std::function<void(CScrollDialog&)> ways[] = {
+        [](CScrollDialog& dialog) { dialog.SendMessage(WM_VSCROLL, SB_LINEDOWN); },
+        [](CScrollDialog& dialog) { dialog.SendMessage(WM_HSCROLL, SB_LINERIGHT); },
+        [](CScrollDialog& dialog) { dialog.SetWindowPos(nullptr, 0, 0, 800, 800, SWP_NOMOVE | SWP_NOZORDER); },
+        [](CScrollDialog& dialog) { dialog.SetWindowPos(nullptr, 0, 0, 800, 90, SWP_NOMOVE | SWP_NOZORDER); },
+        [](CScrollDialog& dialog) { dialog.SetWindowPos(nullptr, 0, 0, 120, 800, SWP_NOMOVE | SWP_NOZORDER); },
+    };
+    for (size_t i = 0; i < std::size(ways); ++i) {
+        SCOPED_TRACE(i);
+        bool gone = false;
+        auto* dialog = new CVanishing(gone);
+        ASSERT_TRUE(dialog->Create(IDD_SCROLL));
+        CFuse fuse;
+        ASSERT_TRUE(fuse.SubclassDlgItem(IDC_SCROLL_FIRST, dialog));
+        dialog->SetWindowPos(nullptr, 0, 0, 100, 80, SWP_NOMOVE | SWP_NOZORDER | SWP_SHOWWINDOW);
+        dialog->SendMessage(WM_VSCROLL, SB_BOTTOM);
+        dialog->SendMessage(WM_HSCROLL, SB_RIGHT);
+        dialog->SendMessage(WM_VSCROLL, SB_LINEUP);
+        dialog->SendMessage(WM_HSCROLL, SB_LINELEFT);
+        fuse.m_moved = [&] { dialog->DestroyWindow(); };
+        ways[i](*dialog);
+        EXPECT_TRUE(gone);
+        if (!gone) dialog->DestroyWindow();
+        PumpQueue();
+    }
+}
+
+namespace {
+
+class CModal : public CScrollDialog
+{
+public:
+    CModal() : CScrollDialog(IDD_SCROLL) {}
+
+protected:
+    BOOL OnInitDialog() override
+    {
+        CScrollDialog::OnInitDialog();
+        PostMessage(WM_COMMAND, IDOK);
+        return TRUE;
+    }
+};
+
+} // namespace
+
+TEST(ScrollDialogTest, FiveHundredModalOnesLeaveNothingBehind)
+{
+    ExpectNothingLeftBehind([] {
+        CModal dialog;
+        EXPECT_EQ(IDOK, dialog.DoModal());
+    });
+}
+
+TEST(ScrollDialogTest, FiveHundredSheetsLeaveNothingBehind)
+{
+    ExpectNothingLeftBehind([] {
+        CScrollPropertyPage page(IDD_SCROLL, nullptr);
+        CPropertySheet sheet(L"sheet");
+        sheet.AddPage(&page);
+        EXPECT_TRUE(sheet.Create());
+        sheet.DestroyWindow();
+    });
+}
+
+TEST(ScrollDialogTest, IsShownInEachState)
+{
+    CScrollDialog dialog;
+    ASSERT_TRUE(dialog.Create(IDD_SCROLL));
+    CRect client;
+    dialog.GetClientRect(&client);
+    const int bar = ::GetSystemMetrics(SM_CXVSCROLL);
+    const struct
+    {
+        const wchar_t* name;
+        int cx, cy;
+        UINT vertical, horizontal;
+    } kCases[] = {
+        {L"scrolldialog-as-designed", client.right, client.bottom, SB_ENDSCROLL, SB_ENDSCROLL},
+        {L"scrolldialog-lower", client.right + bar, client.bottom - 60, SB_ENDSCROLL, SB_ENDSCROLL},
+        {L"scrolldialog-lower-a-line-down", client.right + bar, client.bottom - 60, SB_LINEDOWN, SB_ENDSCROLL},
+        {L"scrolldialog-narrower-at-its-end", client.right - 80, client.bottom + bar, SB_ENDSCROLL, SB_RIGHT},
+        {L"scrolldialog-both-at-their-ends", client.right - 80, client.bottom - 60, SB_BOTTOM, SB_RIGHT},
+        {L"scrolldialog-wide-again", client.right + bar, client.bottom + bar, SB_ENDSCROLL, SB_ENDSCROLL},
+    };
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(testing::Message() << c.name);
+        dialog.SetWindowPos(nullptr, 0, 0, c.cx, c.cy, SWP_NOZORDER | SWP_SHOWWINDOW);
+        dialog.SendMessage(WM_VSCROLL, c.vertical);
+        dialog.SendMessage(WM_HSCROLL, c.horizontal);
+        dialog.RedrawWindow(nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
+        PumpQueue();
+        EXPECT_TRUE(CPixels(nullptr).Save(c.name));
+    }
+    dialog.DestroyWindow();
+    PumpQueue();
+}
+
+namespace {
+
 class CNotedPage : public CScrollPropertyPage
 {
 public:
@@ -546,6 +666,8 @@ TEST(ScrollDialogTest, ThePageScrollsInASheet)
     page.SetWindowPos(nullptr, 0, 0, 600, 40, SWP_NOMOVE | SWP_NOZORDER);
     EXPECT_TRUE(page.GetStyle() & WS_VSCROLL);
     page.SendMessage(WM_VSCROLL, SB_LINEDOWN);
+    PumpQueue();
+    EXPECT_TRUE(CPixels(sheet).Save(L"scrollpropertypage"));
     EXPECT_EQ(home.top - 20, PlaceInParent(::GetDlgItem(page, IDC_SCROLL_FIRST)).top);
     page.SetWindowPos(nullptr, 0, 0, 600, 600, SWP_NOMOVE | SWP_NOZORDER);
     EXPECT_FALSE(page.GetStyle() & WS_VSCROLL);

@@ -130,6 +130,20 @@ TEST_F(ToolTipTest, AClippedTextReachesBothEdges)
     EXPECT_GT(ink.right, pixels.All().right - letter);
 }
 
+TEST_F(ToolTipTest, IsShownInEachState)
+{
+    CToolTip sentence, wide, empty;
+    const std::wstring text(10000, L'W');
+    ASSERT_TRUE(m_tip.Create(L"Hello", &m_host, 20, 240, 7));
+    ASSERT_TRUE(sentence.Create(L"The battery is nearly empty.", &m_host, 60, 240, 8));
+    ASSERT_TRUE(wide.Create(text.c_str(), &m_host, 100, 240, 9));
+    ASSERT_TRUE(empty.Create(L"", &m_host, 140, 240, 10));
+    CClientDC dc(&m_host);
+    dc.FillSolidRect(CRect(0, 0, 240, 200), ::GetSysColor(COLOR_BTNFACE));
+    m_host.RedrawWindow(nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME | RDW_NOERASE);
+    EXPECT_TRUE(CPixels(m_host).Save(L"tooltip-short-sentence-clipped-empty"));
+}
+
 TEST_F(ToolTipTest, ErasingFillsAndSaysSo)
 {
     ASSERT_TRUE(m_tip.Create(L"x", &m_host, 5, 240, 7));

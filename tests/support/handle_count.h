@@ -30,7 +30,7 @@ inline int CountHandles()
     using namespace handle_count_detail;
     using Query = LONG(WINAPI*)(int kind, void* pv, ULONG cb, ULONG* pcbNeeded);
     const auto query = reinterpret_cast<Query>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+        reinterpret_cast<INT_PTR>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
     std::vector<BYTE> list(64 << 10); // the number of entries, then the entries
     LONG status;
     while ((status = query(kSystemHandles, list.data(), list.size(), nullptr)) == kTooSmall) {
