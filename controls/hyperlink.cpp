@@ -228,7 +228,10 @@ void CHyperLink::PositionWindow()
     } else {
         rect.right = rect.left + extent.cx;
     }
+    const CLifelineGuard guard(m_lifeline);
     ::SetWindowPos(m_hWnd, nullptr, rect.left, rect.top, rect.Width(), rect.Height(), SWP_NOZORDER);
+    if (guard.IsGone()) return;
+    if (m_hWnd) Invalidate(); // its pixels were moved along, but a centred text belongs elsewhere now
 }
 
 void CHyperLink::SetDefaultCursor()

@@ -65,8 +65,17 @@ void CMessageBoxes::Meet(HWND box)
         if (const LRESULT icon = ::SendMessageW(child, STM_GETICON, 0, 0)) met.icon = reinterpret_cast<HICON>(icon);
     }
     m_met.push_back(met);
-    ::PostMessageW(box, WM_COMMAND, IDOK, 0);
+    if (m_picture.empty() || !::SetTimer(nullptr, 0, 50, TakePictureOfBox)) ::PostMessageW(box, WM_COMMAND, IDOK, 0);
     if (m_before) std::exchange(m_before, nullptr)();
+}
+
+// A tick comes when nothing is left to be painted.
+void CALLBACK CMessageBoxes::TakePictureOfBox(HWND, UINT, UINT_PTR nTimer, DWORD)
+{
+    ::KillTimer(nullptr, nTimer);
+    if (!s_pLiving) return;
+    EXPECT_TRUE(CPixels(nullptr).Save(std::exchange(s_pLiving->m_picture, std::wstring())));
+    ::PostMessageW(s_pLiving->m_hLast, WM_COMMAND, IDOK, 0);
 }
 
 std::wstring CMessageBoxes::Texts() const

@@ -56,9 +56,12 @@ public:
     const std::vector<Box>& Met() const { return m_met; }
     // The texts, with "|" between them.
     std::wstring Texts() const;
+    // For people: the screen with the first box on it goes into the folder of the screens before the box is answered.
+    void TakePicture(const wchar_t* name) { m_picture = name; }
 
 private:
     static LRESULT CALLBACK Hook(int nCode, WPARAM wParam, LPARAM lParam);
+    static void CALLBACK TakePictureOfBox(HWND, UINT, UINT_PTR nTimer, DWORD);
     static CMessageBoxes* s_pLiving;
 
     void Meet(HWND box);
@@ -66,6 +69,7 @@ private:
     std::vector<Box> m_met;
     HWND m_hLast = nullptr;
     std::function<void()> m_before;
+    std::wstring m_picture; // empty: none is wanted
     HHOOK m_hook;
 };
 
@@ -147,7 +151,7 @@ protected:
     void Type(const wchar_t* text);
     void Focus(HWND window);
 
-    // For people: the dialog as it is, or all of the screen, in the folder of the screens.
+    // For people: the dialog as it is, drawn anew, or all of the screen, in the folder of the screens.
     void TakePicture(const wchar_t* name);
     static void TakeScreen(const wchar_t* name);
 

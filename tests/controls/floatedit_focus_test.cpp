@@ -291,10 +291,8 @@ TEST_F(FloatEditSheetTest, ABadNumberKeepsTheFocusOnItsPage)
         EXPECT_EQ(L"The number must be smaller than  10.00", boxes.Texts());
         EXPECT_EQ(m_page.m_edit.m_hWnd, ::GetFocus());
     }
-    const CMessageBoxes boxes([this] {
-        Pump();
-        TakeScreen(L"floatedit-on-a-page");
-    });
+    CMessageBoxes boxes;
+    boxes.TakePicture(L"floatedit-on-a-page");
     Focus(other);
     EXPECT_EQ(1u, boxes.Met().size());
 }

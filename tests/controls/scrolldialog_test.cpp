@@ -666,8 +666,11 @@ TEST(ScrollDialogTest, ThePageScrollsInASheet)
     page.SetWindowPos(nullptr, 0, 0, 600, 40, SWP_NOMOVE | SWP_NOZORDER);
     EXPECT_TRUE(page.GetStyle() & WS_VSCROLL);
     page.SendMessage(WM_VSCROLL, SB_LINEDOWN);
-    PumpQueue();
-    EXPECT_TRUE(CPixels(sheet).Save(L"scrollpropertypage"));
+    sheet.SetWindowPos(nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    page.SetWindowPos(nullptr, 0, 0, 150, 60, SWP_NOMOVE | SWP_NOZORDER);
+    sheet.RedrawWindow(nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_UPDATENOW | RDW_ALLCHILDREN);
+    EXPECT_TRUE(CPixels(nullptr).Save(L"scrollpropertypage"));
+    page.SetWindowPos(nullptr, 0, 0, 600, 40, SWP_NOMOVE | SWP_NOZORDER);
     EXPECT_EQ(home.top - 20, PlaceInParent(::GetDlgItem(page, IDC_SCROLL_FIRST)).top);
     page.SetWindowPos(nullptr, 0, 0, 600, 600, SWP_NOMOVE | SWP_NOZORDER);
     EXPECT_FALSE(page.GetStyle() & WS_VSCROLL);
