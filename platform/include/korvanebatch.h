@@ -1,5 +1,5 @@
 // korvanebatch.h - several calls on a volume as one transaction, and the care of volumes: check-up,
-// compaction. Extensions of korvanestore.dll; the device has none of them.
+// compaction, salvage. Extensions of korvanestore.dll; the device has none of them.
 //
 // Between CeBeginBatch and CeCommitBatch all changes that this process makes to the volume, through whatever handle,
 // are one transaction: this process sees them at once, other processes see all of them or none, when the batch is
@@ -41,5 +41,31 @@ KORVANESTORE_API BOOL WINAPI CeCheckDBVol(PCEGUID pceguid, LPWSTR lpProblem, DWO
 // ERROR_FILE_CORRUPT: lpProblem (dwNumChars characters, may be null) receives one sentence on the first thing found,
 // or is empty when the file is no volume.
 KORVANESTORE_API BOOL WINAPI CeCompactDBVol(LPCWSTR lpszDBVol, LPWSTR lpProblem, DWORD dwNumChars);
+
+// What CeSalvageDBVol has done.
+typedef struct _CESALVAGEINFO
+{
+    DWORD nPages;        // whole pages of the damaged file
+    DWORD nDamagedPages; // pages of its trees that are damaged or not in the file
+    DWORD nDatabases;    // of the new volume
+    DWORD nRecords;      // in them
+    DWORD nLostRecords;  // that are known to be missing; of a database whose description is lost nobody knows
+} CESALVAGEINFO;
+
+// Is told each finding in a sentence, which is good during the call.
+typedef VOID(CALLBACK* CESALVAGEPROC)(LPCWSTR lpFinding, LPVOID lpParam);
+
+// Makes a new volume, lpszNew, of what can still be read of a damaged one, which is only read: its header or first pages
+// gone, the file cut off, pages overwritten. Where a branch of the trees is lost, each page that nothing accounts for is
+// looked at. What a page says of itself must be sound, or nothing of it is taken; the file has no checksums of its
+// content, so a record that was changed within its bytes comes out as it stands.
+// Databases and records keep their OIDs; sort orders are sorted anew. A database whose description is lost gets the name
+// that the volume's list of names has for it, in capitals, or "Recovered N", and no sort orders. Records whose list of
+// properties is lost cannot be read. The file is made as lpszNew with ".recovering" behind, checked, and renamed.
+// FALSE, and no new file: ERROR_FILE_CORRUPT (nothing of a volume is in it), ERROR_FILE_EXISTS (lpszNew does),
+// ERROR_INVALID_PARAMETER (a null pointer but for lpFound, an empty or overlong path), ERROR_FILE_NOT_FOUND,
+// ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_DISK_FULL.
+KORVANESTORE_API BOOL WINAPI CeSalvageDBVol(LPCWSTR lpszDamaged, LPCWSTR lpszNew, CESALVAGEINFO* lpInfo,
+                                            CESALVAGEPROC lpFound, LPVOID lpParam);
 
 #endif

@@ -272,6 +272,56 @@ std::string CMounted::Get(const wchar_t* pszDatabase, CEOID oid)
     return text;
 }
 
+std::string RecordBytes(HANDLE h)
+{
+    LPBYTE pBuffer = nullptr;
+    DWORD cbBuffer = 0;
+    WORD nValues = 0;
+    std::map<CEPROPID, std::string> values;
+    if (::CeReadRecordPropsEx(h, CEDB_ALLOWREALLOC, &nValues, nullptr, &pBuffer, &cbBuffer, nullptr)) {
+        const CEPROPVAL* pValues = reinterpret_cast<const CEPROPVAL*>(pBuffer);
+        for (WORD i = 0; i < nValues; ++i) {
+            const CEVALUNION& val = pValues[i].val;
+            const auto* pBytes = reinterpret_cast<const char*>(&val);
+            size_t cb = sizeof val;
+            switch (TypeFromPropID(pValues[i].propid)) {
+            case CEVT_LPWSTR:
+                pBytes = reinterpret_cast<const char*>(val.lpwstr);
+                cb = ::wcslen(val.lpwstr) * sizeof(wchar_t);
+                break;
+            case CEVT_BLOB:
+                pBytes = reinterpret_cast<const char*>(val.blob.lpb);
+                cb = val.blob.dwCount;
+                break;
+            case CEVT_I2:
+            case CEVT_UI2:
+                cb = 2;
+                break;
+            case CEVT_R8:
+            case CEVT_FILETIME:
+                break;
+            default:
+                cb = 4;
+                break;
+            }
+            values[pValues[i].propid].assign(pBytes, cb);
+        }
+    }
+    if (pBuffer) ::LocalFree(pBuffer);
+    std::string text;
+    for (const auto& [propid, value] : values) text += std::to_string(propid) + "=" + value + ";";
+    return text;
+}
+
+std::string CMounted::Bytes(const wchar_t* pszDatabase, CEOID oid)
+{
+    const HANDLE h = Open(pszDatabase);
+    EXPECT_EQ(oid, ::CeSeekDatabase(h, CEDB_SEEK_CEOID, oid, nullptr));
+    const std::string bytes = RecordBytes(h);
+    ::CloseHandle(h);
+    return bytes;
+}
+
 bool CMounted::Remove(const wchar_t* pszDatabase, CEOID oid)
 {
     const HANDLE h = Open(pszDatabase);

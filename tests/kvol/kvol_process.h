@@ -68,12 +68,16 @@ public:
     std::vector<CEOID> Records(const wchar_t* pszDatabase);
     // All properties of a record, sorted by their identifier: `0x0000001F="text" 0x00010003=17`.
     std::string Get(const wchar_t* pszDatabase, CEOID oid);
+    std::string Bytes(const wchar_t* pszDatabase, CEOID oid);
     bool Remove(const wchar_t* pszDatabase, CEOID oid);
 
 private:
     HANDLE Open(const wchar_t* pszName);
     CEGUID m_guid;
 };
+
+// All values of the record under a handle's seek pointer to the last bit: identifiers, in their order, with the bytes.
+std::string RecordBytes(HANDLE hDatabase);
 
 CEPROPVAL TextProperty(CEPROPID propid, const wchar_t* pszText);
 CEPROPVAL NumberProperty(CEPROPID propid, long value);

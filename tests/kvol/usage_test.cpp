@@ -8,8 +8,8 @@ using KvolUsageTest = KvolTest;
 
 TEST_F(KvolUsageTest, EveryCommandHasHelp)
 {
-    for (const char* pszCommand :
-         {"import", "tables", "schema", "dump", "seek", "set", "delete", "check", "drop", "compact"}) {
+    for (const char* pszCommand : {"import", "tables", "schema", "dump", "seek", "set", "delete", "check", "drop",
+                                   "compact", "export", "recover"}) {
         SCOPED_TRACE(pszCommand);
         const Outcome outcome = Kvol({pszCommand, "--help"});
         EXPECT_EQ(0u, outcome.code) << outcome;
@@ -19,8 +19,8 @@ TEST_F(KvolUsageTest, EveryCommandHasHelp)
     }
     const Outcome outcome = Kvol({"--help"});
     EXPECT_EQ(0u, outcome.code) << outcome;
-    for (const char* pszCommand :
-         {"import", "tables", "schema", "dump", "seek", "set", "delete", "check", "drop", "compact"})
+    for (const char* pszCommand : {"import", "tables", "schema", "dump", "seek", "set", "delete", "check", "drop",
+                                   "compact", "export", "recover"})
         EXPECT_TRUE(outcome.OutHas(pszCommand));
 }
 
@@ -51,6 +51,9 @@ TEST_F(KvolUsageTest, WrongUsageIsSaidOnStandardErrorWithExitCodeTwo)
         {{"check"}, "VOLUME"},
         {{"drop", Volume()}, "TABLE"},
         {{"compact"}, "VOLUME"},
+        {{"export", Volume()}, "FILE"},
+        {{"recover", Volume()}, "VOLUME"},
+        {{"import", Volume(), "x.sqlite", "--field", "a:I4"}, "not with a SQLite file"},
         {{"import", Volume(), "t"}, "FILE"},
         {{"import", Volume(), "t", file, "--field", "a"}, "NAME:TYPE"},
         {{"import", Volume(), "t", file, "--field", "a:I8"}, "I2, UI2, I4, UI4, R8, BOOL, FILETIME, LPWSTR"},
@@ -100,7 +103,8 @@ TEST_F(KvolUsageTest, AVolumeThatIsNoneIsRefusedByEveryCommandAndLeftAsItIs)
                                                                            {"delete", volume, "t", "i", "v"},
                                                                            {"check", volume},
                                                                            {"drop", volume, "t"},
-                                                                           {"compact", volume}}) {
+                                                                           {"compact", volume},
+                                                                           {"export", volume, Path("x.sqlite")}}) {
             SCOPED_TRACE(arguments[0] + " " + name);
             const Outcome outcome = Kvol(arguments);
             EXPECT_EQ(1u, outcome.code) << outcome;

@@ -228,6 +228,11 @@ void CCatalogue::Add(TableInfo& table)
     m_tables.push_back(table);
 }
 
+void CCatalogue::List(CEOID oid, const std::wstring& name)
+{
+    Append(kTables, {_variant_t(name.c_str()), I4(oid)});
+}
+
 void CCatalogue::RemoveRows(const wchar_t* pszCatalogue, int idField, CEOID oidTable)
 {
     const CSmartPtr<KorvaneDB::CRow> row = OpenCatalogue(pszCatalogue);

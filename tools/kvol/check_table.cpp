@@ -248,6 +248,10 @@ void CheckThroughLibrary(CVolume& volume, const TableInfo& table, const std::vec
         report.Fault("table " + Quoted(table.name),
                      "the store counts " + Counted(nCounted, "record") + ", a walk finds " + Counted(records.size()));
     }
+    // The library's rows read no blobs; the records have been read by the store's calls.
+    bool bBlobs = false;
+    for (const FieldInfo& field : table.fields) bBlobs = bBlobs || field.Type() == CEVT_BLOB;
+    if (bBlobs) report.Note("table " + Quoted(table.name), "it has a BLOB field: KorvaneDB's rows cannot read it");
     CProgress progress(ToUtf8(table.name).c_str(), records.size());
     size_t position = 0;
     for (bool bOn = cursor.First(); bOn; bOn = cursor.Next(), ++position) {
@@ -258,6 +262,7 @@ void CheckThroughLibrary(CVolume& volume, const TableInfo& table, const std::vec
                          "the library's walk comes to it out of turn; the rest is not checked");
             return;
         }
+        if (bBlobs) continue;
         try {
             if (!cursor.Read()) report.Fault(RecordPlace(table, oid), "it has no value in any field of the table");
         } catch (const CFailure& failure) {

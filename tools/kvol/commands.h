@@ -1,7 +1,7 @@
 // commands.h - the commands of kvol, one function each, and what they are given.
 //
 // Each returns when it has done its work and throws CFailure when it could not; check returns false when it found
-// faults. A command that changes the volume changes all that it was asked to or nothing.
+// faults, recover when something was lost. A command that changes the volume changes all that it was asked to or nothing.
 #ifndef KVOL_COMMANDS_H
 #define KVOL_COMMANDS_H
 
@@ -66,6 +66,9 @@ void RunDelete(const Options& options);
 bool RunCheck(const Options& options);
 void RunDrop(const Options& options);
 void RunCompact(const Options& options);
+void RunExport(const Options& options);
+void RunImportSqlite(const Options& options);
+bool RunRecover(const Options& options);
 
 } // namespace kvol
 

@@ -163,6 +163,8 @@ public:
 
     // Creates the table's database and lists the table; sets table.oid.
     void Add(TableInfo& table);
+    // Lists a database as a table, under its own name.
+    void List(CEOID oid, const std::wstring& name);
     // Removes the table's database, records and all, and what the catalogues say of it. The verb is for the message.
     void Remove(const TableInfo& table, const char* pszVerb);
 

@@ -2,6 +2,7 @@
 #include "database.h"
 #include "infer.h"
 #include "output.h"
+#include "records.h"
 #include "value.h"
 
 #include <algorithm>
@@ -152,13 +153,6 @@ std::vector<int> MapColumns(const TableInfo& table, const Source& source)
         map[position] = static_cast<int>(i);
     }
     return map;
-}
-
-// What is wrong with a write, when the store refused it.
-std::string WriteReason(DWORD dwError)
-{
-    if (dwError == ERROR_DISK_FULL) return "the volume is full: the disk is, or the record has more than 131,072 bytes";
-    return SystemText(dwError);
 }
 
 void WriteRecords(CVolume& volume, const TableInfo& table, const Source& source)

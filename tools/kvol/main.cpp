@@ -68,6 +68,15 @@ int Run(const kvol::Request& request)
     case Command::Compact:
         kvol::RunCompact(options);
         break;
+    case Command::Export:
+        kvol::RunExport(options);
+        break;
+    case Command::ImportSqlite:
+        kvol::RunImportSqlite(options);
+        break;
+    case Command::Recover:
+        bDone = kvol::RunRecover(options);
+        break;
     }
     kvol::FlushOut();
     return bDone ? kDone : kFailed;

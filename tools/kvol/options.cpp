@@ -58,6 +58,15 @@ IndexOption ParseIndex(const std::string& text)
     return index;
 }
 
+bool IsSqliteName(const std::string& path)
+{
+    for (const std::string suffix : {".sqlite", ".sqlite3", ".db"}) {
+        if (path.size() > suffix.size() && ::_stricmp(path.c_str() + path.size() - suffix.size(), suffix.c_str()) == 0)
+            return true;
+    }
+    return false;
+}
+
 Format ParseFormat(const std::string& text)
 {
     if (text == "table") return Format::Table;
@@ -87,6 +96,8 @@ public:
         AddCheck();
         AddDrop();
         AddCompact();
+        AddExport();
+        AddRecover();
     }
 
     Request Parse(std::vector<std::string> arguments)
@@ -114,6 +125,7 @@ public:
         }
         Options& options = m_request.options;
         for (std::string* pText : {&options.volume, &options.table, &options.file, &options.value}) Unmark(*pText);
+        if (m_request.command == Request::Command::Import) FinishImport();
         if (options.index) Unmark(*options.index);
         for (std::string& change : options.changes) {
             Unmark(change);
@@ -152,11 +164,11 @@ private:
     void AddImport()
     {
         Options& options = m_request.options;
-        CLI::App* pCommand = Add("import", "Reads a CSV or JSON file into a table; makes what is missing",
-                                 Request::Command::Import, true);
-        pCommand
-            ->add_option("FILE", options.file, "CSV with a header (RFC 4180), or JSON: an array of flat objects. UTF-8")
-            ->required();
+        CLI::App* pCommand = Add(
+            "import", "Reads a CSV or JSON file into a table, or all tables of a SQLite file; makes what is missing",
+            Request::Command::Import, true);
+        pCommand->add_option("FILE", options.file,
+                             "CSV with a header (RFC 4180), or JSON: an array of flat objects. UTF-8");
         // One value each: the next argument is not another one.
         CLI::Option* pField = pCommand->add_option("--field", m_fields,
                                                    std::string("NAME:TYPE - the type of a column, one of ") + kTypes +
@@ -170,6 +182,7 @@ private:
         pCommand->footer(
             std::string(
                 "An empty cell is an absent value, \"\" an empty text. A failing import changes nothing.\n"
+                "kvol import VOLUME FILE.sqlite [--replace] reads all tables of a SQLite file.\n"
                 "Example: kvol import world.vol cities cities.csv --field zip:LPWSTR --index ByName=name,nocase\n") +
             kExitCodes);
     }
@@ -249,6 +262,40 @@ private:
     {
         Add("compact", "Writes the volume anew without its free space", Request::Command::Compact, false)
             ->footer(std::string("The new file replaces the volume in one step at the end.\n") + kExitCodes);
+    }
+
+    void AddExport()
+    {
+        Options& options = m_request.options;
+        CLI::App* pCommand = Add("export", "Writes all tables into a SQLite file", Request::Command::Export, false);
+        pCommand->add_option("FILE", options.file, "The SQLite file to make")->required();
+        pCommand->add_flag("--replace", options.bReplace, "Replace a file that is there already");
+        pCommand->footer(std::string("\"kvol import VOLUME FILE.sqlite\" reads it back.\n") + kExitCodes);
+    }
+
+    void AddRecover()
+    {
+        CLI::App* pCommand = m_app.add_subcommand("recover", "Makes a new volume of what can be read of a damaged one");
+        pCommand->callback([this] { m_request.command = Request::Command::Recover; });
+        pCommand->add_option("DAMAGED", m_request.options.file, "The damaged volume's file, which is only read")
+            ->required();
+        pCommand->add_option("VOLUME", m_request.options.volume, "The new volume's file, which may not be there yet")
+            ->required();
+        pCommand->footer(std::string("Exit code 1 also when something was lost.\n") + kExitCodes);
+    }
+
+    // import VOLUME FILE.sqlite: one argument less than the import of a table.
+    void FinishImport()
+    {
+        Options& options = m_request.options;
+        if (!options.file.empty()) return;
+        if (!IsSqliteName(options.table))
+            throw CUsageError(
+                "FILE is required: only a SQLite file (.sqlite, .sqlite3, .db) is imported without TABLE");
+        if (options.bAppend || !m_fields.empty() || !m_indexes.empty())
+            throw CUsageError("--append, --field and --index go with a CSV or JSON file, not with a SQLite file");
+        options.file.swap(options.table);
+        m_request.command = Request::Command::ImportSqlite;
     }
 
     CLI::App m_app;

@@ -22,6 +22,9 @@ struct Request
         Check,
         Drop,
         Compact,
+        Export,
+        ImportSqlite,
+        Recover,
     };
     Command command = Command::Answered;
     Options options;
