@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 . scripts/common.sh
 
 program=$1 picture=$2
-size=240x320
+size=240x320 # the device's screen
 volume=build/atlas/iso.vol
 use_wine
 mkdir -p build/atlas
@@ -16,7 +16,7 @@ if [[ ! -f $volume || scripts/import_iso.sh -nt $volume ]]; then
     scripts/import_iso.sh "$volume" >build/atlas/import.log 2>&1 ||
         { rm -f "$volume"; tail -n 5 build/atlas/import.log >&2; fail "the import failed; its words are in build/atlas/import.log."; }
 fi
-[[ -z ${DISPLAY:-} ]] || exec wine explorer "/desktop=atlas,$size" "$program" "$volume"
+[[ -z ${DISPLAY:-} ]] || exec wine explorer "/desktop=atlas,480x400" "$program" "$volume" # with room to move it
 
 use_display
 keep_wine_server

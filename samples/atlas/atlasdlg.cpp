@@ -14,6 +14,7 @@ namespace {
 constexpr int kWidth = 240, kHeight = 320; // the device's screen, in pixels
 constexpr int kFlagScale = 3;              // flags are 16 x 11 pixels
 constexpr COLORREF kWhite = RGB(255, 255, 255), kLabel = RGB(96, 96, 96);
+constexpr UINT kSelectCountry = WM_APP;
 constexpr UINT kTipTimer = 1, kTipTime = 4000; // milliseconds
 
 // In pixels: the rows of text are below each other, each as high as its text needs.
@@ -34,6 +35,8 @@ ON_WM_CTLCOLOR()
 ON_WM_TIMER()
 ON_CBN_SELCHANGE(IDC_COUNTRY, OnCountryPicked)
 ON_CBN_EDITCHANGE(IDC_COUNTRY, OnCountryTyped)
+ON_CBN_SETFOCUS(IDC_COUNTRY, OnCountryEntered)
+ON_MESSAGE(kSelectCountry, OnSelectCountry)
 ON_CBN_KILLFOCUS(IDC_COUNTRY, OnCountryLeft)
 ON_BN_CLICKED(IDC_STAR, OnStar)
 ON_EN_KILLFOCUS(IDC_SUM, OnSumLeft)
@@ -91,7 +94,6 @@ BOOL CAtlasDlg::OnInitDialog()
     for (const auto& country : m_countries) m_combo.AddString(country.second);
     Show(m_settings.country);
     if (m_country.code.IsEmpty() && !m_countries.empty()) Show(m_countries.front().first);
-    m_combo.SetEditSel(0, -1);
     return TRUE;
 }
 
@@ -147,6 +149,8 @@ void CAtlasDlg::Show(const CString& code)
     ShowFlag();
     ShowTexts();
     ShowFavourite();
+    // Controls have moved over each other's places.
+    ::RedrawWindow(m_hWnd, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 void CAtlasDlg::ShowFlag()
@@ -262,6 +266,18 @@ HBRUSH CAtlasDlg::OnCtlColor(CDC* dc, CWnd* control, UINT type)
     }
     dc->SetBkColor(kWhite);
     return static_cast<HBRUSH>(::GetStockObject(WHITE_BRUSH));
+}
+
+// All of the name is selected, so that typing replaces it: not before the box has set its own selection.
+void CAtlasDlg::OnCountryEntered()
+{
+    PostMessage(kSelectCountry);
+}
+
+LRESULT CAtlasDlg::OnSelectCountry(WPARAM, LPARAM)
+{
+    m_combo.SetEditSel(0, -1);
+    return 0;
 }
 
 void CAtlasDlg::OnCountryPicked()

@@ -27,6 +27,8 @@ protected:
     afx_msg void OnClose();
     afx_msg HBRUSH OnCtlColor(CDC* dc, CWnd* control, UINT type);
     afx_msg void OnTimer(UINT id);
+    afx_msg void OnCountryEntered();
+    afx_msg LRESULT OnSelectCountry(WPARAM, LPARAM);
     afx_msg void OnCountryPicked();
     afx_msg void OnCountryTyped();
     afx_msg void OnCountryLeft();
