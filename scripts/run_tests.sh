@@ -5,6 +5,7 @@ cd "$(dirname "$0")/.."
 . scripts/common.sh
 
 time_limit=400 # seconds for one program: a test that hangs is a failed one
+[[ -z ${KORVANE_LONG:-} ]] || time_limit=3600
 
 # use_small_disk NAME: two megabytes for the tests that fill a disk, where this user may mount one. Elsewhere those tests
 # do with the failures that they put in themselves.

@@ -92,8 +92,9 @@ public:
         CIndexEntry entry;
         while (ullLow < ullHigh) {
             const ULONGLONG ullMiddle = ullLow + (ullHigh - ullLow) / 2;
+            // In a damaged volume the entry found may lie before the place that was asked for: the search must end.
             if (m_cursor.SeekAtLeast(m_access, KeyFor(ullMiddle, 0)) && AtMember(ullNumber, entry) &&
-                ullNumber < ullHigh) {
+                ullNumber >= ullMiddle && ullNumber < ullHigh) {
                 const int n = CompareBytes(entry.rest, rest);
                 if (n < 0 || (n == 0 && entry.oidRecord < oidRecord)) {
                     ullLow = ullNumber + 1;
@@ -221,9 +222,10 @@ DWORD InsertEntry(CWriteAccess& access, CVolume& volume, const CIndexName& index
     CTreeCursor cursor(volume);
     CGroup group(access, cursor, index, sortKey);
     ULONGLONG ullNumber;
-    while (!ChooseNumber(access, cursor, group, group.LowerBound(oidRecord), ullNumber)) {
+    if (!ChooseNumber(access, cursor, group, group.LowerBound(oidRecord), ullNumber)) {
         const DWORD dwError = RenumberGroup(access, volume, index, sortKey);
         if (dwError != ERROR_SUCCESS) return dwError;
+        if (!ChooseNumber(access, cursor, group, group.LowerBound(oidRecord), ullNumber)) return ERROR_FILE_CORRUPT;
     }
     return access.Put(group.KeyFor(ullNumber, oidRecord), {sortKey.p + kCutAt, sortKey.cb - kCutAt});
 }

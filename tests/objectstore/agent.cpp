@@ -85,10 +85,14 @@ std::string CAgentState::OnVolume(const std::string& strVerb, CEOID oid)
 std::string CAgentState::OnHandle(const std::string& strVerb, CEOID oid, long nValue)
 {
     if (strVerb == "write") return Answer(Write(m_db, oid, CProps().I4(1, nValue)));
-    if (strVerb == "fill") {
-        for (CEOID n = 0; n < oid; ++n)
-            if (!Write(m_db, 0, CProps().I4(1, static_cast<long>(n)))) return Answer(0);
-        return "filled";
+    if (strVerb == "fill" || strVerb == "grow") {
+        for (CEOID n = 0; n < oid; ++n) {
+            CProps props;
+            props.I4(1, static_cast<long>(n));
+            if (strVerb == "grow") props.Blob(2, std::vector<BYTE>(30000, static_cast<BYTE>(n)));
+            if (!Write(m_db, 0, props)) return Answer(0);
+        }
+        return "done";
     }
     if (strVerb == "remove") return Answer(::CeDeleteRecord(m_db, oid));
     if (strVerb == "list") return List();

@@ -5,7 +5,7 @@
 //   database NAME                      creates, with the order 1:I4
 //   open NAME [PROPID] | shut          the handle that the commands below use
 //   watch NAME                         another one, whose window is told of changes; nobody takes its messages
-//   fill COUNT                         so many new records, 1:I4 from 0 on
+//   fill COUNT | grow COUNT            so many new records, 1:I4 from 0 on; with a blob of 30,000 bytes each
 //   write OID NUMBER                   sets property 1:I4 (OID 0: a new record)
 //   remove OID                         deletes a record
 //   read OID | list                    a record's 1:I4; all of them in the handle's order
@@ -27,6 +27,9 @@ public:
         m_child.Send(strCommand);
         return m_child.ReadLine();
     }
+    // The two halves of Do, for agents that work at the same time.
+    void Begin(const std::string& strCommand) { m_child.Send(strCommand); }
+    std::string End() { return m_child.ReadLine(); }
     CEOID DoForOid(const std::string& strCommand) { return std::strtoul(Do(strCommand).c_str(), nullptr, 10); }
     void Kill() { m_child.Kill(); }
     DWORD Finish() { return m_child.Finish(); }

@@ -1,5 +1,6 @@
 // Mounting, unmounting, flushing and enumerating volumes.
 #include "agent.h"
+#include "support/import_patch.h"
 #include "volume_image.h"
 
 #include <algorithm>
@@ -117,6 +118,50 @@ TEST_F(MountTest, AMissingFolderIsAPathError)
 {
     for (const DWORD dwFlags : {CREATE_NEW, CREATE_ALWAYS, OPEN_EXISTING, OPEN_ALWAYS, TRUNCATE_EXISTING})
         ExpectRefusal(m_folder.File(L"nowhere\\x.vol"), dwFlags, ERROR_PATH_NOT_FOUND);
+}
+
+// The user the tests run as may well be one who may do everything, so the system's answer is put in.
+bool g_bDenyNew = false;
+
+HANDLE WINAPI DeniedCreate(LPCWSTR pszPath, DWORD dwAccess, DWORD dwShare, LPSECURITY_ATTRIBUTES pSecurity, DWORD dwHow,
+                           DWORD dwAttributes, HANDLE hTemplate)
+{
+    const bool bNew = dwHow != OPEN_EXISTING && !FileExists(pszPath);
+    if (!(dwAccess & GENERIC_WRITE) || (g_bDenyNew && !bNew))
+        return ::CreateFileW(pszPath, dwAccess, dwShare, pSecurity, dwHow, dwAttributes, hTemplate);
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_HANDLE_VALUE;
+}
+
+TEST_F(MountTest, AVolumeThatMayNotBeWrittenIsRefusedAndLeftAlone)
+{
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    m_guid = InvalidGuid();
+    const std::vector<BYTE> bytes = ReadWholeFile(m_strPath);
+    {
+        g_bDenyNew = false;
+        const CImportPatch denied(L"korvanestore.dll", "CreateFileW", &DeniedCreate);
+        for (const DWORD dwFlags : {CREATE_ALWAYS, OPEN_EXISTING, OPEN_ALWAYS, TRUNCATE_EXISTING})
+            ExpectRefusal(m_strPath, dwFlags, ERROR_ACCESS_DENIED);
+        ExpectRefusal(m_folder.File(L"new.vol"), CREATE_NEW, ERROR_ACCESS_DENIED);
+    }
+    EXPECT_TRUE(bytes == ReadWholeFile(m_strPath));
+    EXPECT_FALSE(FileExists(m_folder.File(L"new.vol")));
+    m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+}
+
+TEST_F(MountTest, AFolderThatTakesNoNewFilesIsEnough)
+{
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    g_bDenyNew = true;
+    const CImportPatch denied(L"korvanestore.dll", "CreateFileW", &DeniedCreate);
+    m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+    const CEOID oid = MakeDatabase(m_guid, L"inside");
+    EXPECT_WORKS(Write(OpenDb(m_guid, oid), 0, CProps().I4(1, 1).Blob(2, std::vector<BYTE>(60000))));
+    EXPECT_WORKS(::CeFlushDBVol(&m_guid));
+    Remount();
+    EXPECT_EQ(oid, FindByName(m_guid, L"inside"));
+    ExpectRefusal(m_folder.File(L"new.vol"), OPEN_ALWAYS, ERROR_ACCESS_DENIED);
 }
 
 TEST_F(MountTest, AFolderIsNoVolume)

@@ -220,7 +220,7 @@ TEST_F(NotifyTest, ManyChangesAtOnceAreAllToldInTheirOrder)
     agent.Do("mount 3");
     agent.Do("open watched");
     agent.Do("begin");
-    EXPECT_EQ("filled", agent.Do("fill 6000"));
+    EXPECT_EQ("done", agent.Do("fill 6000"));
     EXPECT_EQ("1", agent.Do("commit"));
     CEOID oidBefore = 0;
     for (int i = 0; i < 6000; ++i) {

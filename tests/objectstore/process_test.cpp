@@ -77,6 +77,24 @@ TEST_F(ProcessTest, TheFileGrowsUnderBoth)
     EXPECT_EQ(220u, CountRecords(m_guid, m_oidDatabase));
 }
 
+TEST_F(ProcessTest, TwoProcessesLetTheFileGrowAtOnce)
+{
+    CAgent other(m_strPath);
+    other.Do("mount 3");
+    other.Do("open shared");
+    for (int nRound = 0; nRound < 3; ++nRound) {
+        m_pAgent->Begin("grow 150");
+        other.Begin("grow 150");
+        for (int i = 0; i < 100; ++i) ASSERT_WORKS(Write(m_db, 0, CProps().I4(1, i)));
+        EXPECT_EQ("done", m_pAgent->End());
+        EXPECT_EQ("done", other.End());
+    }
+    EXPECT_EQ(1200u, CountRecords(m_guid, m_oidDatabase));
+    EXPECT_EQ("", CheckVolume(m_guid));
+    EXPECT_EQ("check ", other.Do("check"));
+    EXPECT_LE(ReadWholeFile(m_strPath).size(), 900u * 32768 + (8u << 20));
+}
+
 TEST_F(ProcessTest, ADatabaseCreatedThereIsUsedHere)
 {
     const CEOID oid = m_pAgent->DoForOid("database theirs");

@@ -149,6 +149,24 @@ bool UseVolume(const std::wstring& strPath, bool bWrite)
     return bEnds;
 }
 
+// All records of all databases as one text.
+std::string Contents(const std::wstring& strPath)
+{
+    CEGUID guid;
+    if (!::CeMountDBVol(&guid, const_cast<LPWSTR>(strPath.c_str()), OPEN_EXISTING)) return "refused";
+    std::string strAll;
+    {
+        const CDb search(::CeFindFirstDatabaseEx(&guid, 0));
+        while (CEOID oidDatabase = ::CeFindNextDatabaseEx(search, nullptr)) {
+            const CDb db(::CeOpenDatabaseEx(&guid, &oidDatabase, nullptr, 0, 0, nullptr));
+            strAll += "database " + std::to_string(oidDatabase) + "\n";
+            for (const CEOID oid : WalkForward(db)) strAll += ReadOid(db, oid).strContent + "\n";
+        }
+    }
+    ::CeUnmountDBVol(&guid);
+    return strAll;
+}
+
 // Tells the parent where, instead of starting a debugger.
 LONG WINAPI TellCrash(EXCEPTION_POINTERS* pInfo)
 {
@@ -201,6 +219,46 @@ int RunTruncations(const CArguments& arguments)
     return 0;
 }
 
+// One byte changed, or the end cut off at a page; from the number of the case alone.
+CImage Flip(CImage image, unsigned nCase, bool& bInHeader)
+{
+    std::mt19937 random(nCase * 104729 + 7);
+    bInHeader = false;
+    if (random() % 10 == 0) {
+        image.resize(random() % (image.size() / kPageBytes) * kPageBytes);
+        return image;
+    }
+    // Mostly where there is structure: the engine's metas, headers, the first bytes of a page.
+    const size_t nPage = random() % 8 ? random() % (image.size() / kPageBytes) : random() % 4;
+    const size_t nOffset = random() % 2 ? random() % 128 : random() % kPageBytes;
+    image[nPage * kPageBytes + nOffset] ^= static_cast<BYTE>(1 + random() % 255);
+    bInHeader = nPage == kHeaderPages[0] || nPage == kHeaderPages[1];
+    return image;
+}
+
+// Arguments: the volume, the file to damage, the first case, their number. What the headers' checksums can tell must not
+// change what is read.
+int RunFlips(const CArguments& arguments)
+{
+    ::SetUnhandledExceptionFilter(TellCrash);
+    const CImage image = ReadWholeFile(arguments.at(0));
+    const std::wstring& strTarget = arguments.at(1);
+    WriteWholeFile(strTarget, image);
+    const std::string strGood = Contents(strTarget);
+    const unsigned nCount = _wtoi(arguments.at(3).c_str());
+    for (unsigned i = _wtoi(arguments.at(2).c_str()); i < nCount; ++i) {
+        Say("case " + std::to_string(i));
+        bool bInHeader;
+        WriteWholeFile(strTarget, Flip(image, i, bInHeader));
+        if (bInHeader && Contents(strTarget) != strGood) Say("another state, for a damage that a checksum tells");
+        if (bInHeader) WriteWholeFile(strTarget, Flip(image, i, bInHeader));
+        if (!UseVolume(strTarget, i % 25 == 0)) Say("endless");
+    }
+    Say("done");
+    return 0;
+}
+
+const CRole g_flips(L"flips", RunFlips);
 const CRole g_mutations(L"mutations", RunMutations), g_truncations(L"truncations", RunTruncations);
 
 class RobustnessTest : public VolumeTest
@@ -233,11 +291,12 @@ protected:
             ASSERT_WORKS(::CeDeleteRecord(db, ::CeSeekDatabase(db, CEDB_SEEK_BEGINNING, i, nullptr)));
     }
     // Runs the role from the first case on; after a death it goes on with the case behind it.
-    void Run(const wchar_t* pszRole)
+    void Run(const wchar_t* pszRole, int nCount = 0)
     {
         std::string strCase = "none";
         for (int nFirst = 0, nDeaths = 0; nDeaths < 10; ++nDeaths) {
-            CChild child(pszRole, {m_strPath, m_folder.File(L"damaged"), std::to_wstring(nFirst)});
+            CChild child(pszRole,
+                         {m_strPath, m_folder.File(L"damaged"), std::to_wstring(nFirst), std::to_wstring(nCount)});
             std::string strLine;
             while ((strLine = child.ReadLine()) != "done" && strLine != "(gone)") {
                 if (strLine.compare(0, 5, "case ") == 0)
@@ -255,6 +314,58 @@ protected:
 TEST_F(RobustnessTest, TwoThousandDamagedVolumesAreResultsOrErrors)
 {
     Run(L"mutations");
+}
+
+// Three volumes with a byte changed here or a page cut off there: 400 tries each, 10,000 in the long run.
+int Tries()
+{
+    return IsLongRun() ? 10000 : 400;
+}
+
+TEST_F(RobustnessTest, AFlippedByteIsAResultOrAnError)
+{
+    Run(L"flips", Tries());
+}
+
+// As a process that was killed left it: pages put aside, headers that say "in use".
+TEST_F(RobustnessTest, AFlippedByteInAVolumeThatWasNotClosedIsAResultOrAnError)
+{
+    m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+    Fill(MakeDatabase(m_guid, L"flushed", {Order({{kNumber}})}), 50);
+    EXPECT_WORKS(::CeFlushDBVol(&m_guid));
+    Fill(MakeDatabase(m_guid, L"later", {Order({{kName}})}), 50);
+    const CImage image = ReadWholeFile(m_strPath);
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    m_guid = InvalidGuid();
+    WriteWholeFile(m_strPath, image);
+    Run(L"flips", Tries());
+}
+
+// Keys longer than the engine's, records that bring their shapes along, a long list of free pages, no text orders.
+TEST_F(RobustnessTest, AFlippedByteInAVolumeWithAPastIsAResultOrAnError)
+{
+    m_guid = MountVolume(m_strPath, TRUNCATE_EXISTING);
+    const CEOID gone = MakeDatabase(m_guid, L"gone", {Order({{kName}})});
+    EXPECT_WORKS(::CeBeginBatch(&m_guid));
+    Fill(gone, 300);
+    for (int n = 0; n < 3; ++n) {
+        const CDb db =
+            OpenDb(m_guid, MakeDatabase(m_guid, L"long" + std::to_wstring(n),
+                                        {Order({{kName, CEDB_SORT_GENERICORDER}, {kNumber}}, CEDB_SORT_UNIQUE),
+                                         Order({{kNumber, CEDB_SORT_UNKNOWNFIRST}})}));
+        for (int i = 0; i < 25; ++i) {
+            CProps props;
+            props.I4(1, i).Text(2, std::wstring(500 + i % 3, L'l'));
+            for (int k = 0; k < i; ++k) props.UI2(static_cast<WORD>(100 + k + i * 30), static_cast<USHORT>(k));
+            ASSERT_WORKS(Write(db, 0, props));
+        }
+    }
+    EXPECT_WORKS(::CeCommitBatch(&m_guid));
+    EXPECT_WORKS(::CeFlushDBVol(&m_guid));
+    EXPECT_WORKS(::CeDeleteDatabaseEx(&m_guid, gone));
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    m_guid = InvalidGuid();
+    Run(L"flips", Tries());
 }
 
 TEST_F(RobustnessTest, AVolumeCutAnywhereIsRefusedAndLeftAlone)

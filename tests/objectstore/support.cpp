@@ -367,6 +367,11 @@ void WriteWholeFile(const std::wstring& strPath, const std::vector<BYTE>& bytes)
     CloseHandle(hFile);
 }
 
+bool IsLongRun()
+{
+    return ::GetEnvironmentVariableW(L"KORVANE_LONG", nullptr, 0) != 0;
+}
+
 bool FileExists(const std::wstring& strPath)
 {
     return ::GetFileAttributesW(strPath.c_str()) != INVALID_FILE_ATTRIBUTES;

@@ -151,6 +151,9 @@ DWORD CountRecords(CEGUID guid, CEOID oidDatabase);
 // and by OIDs, and holds them against each other and the counts. The empty text when nothing contradicts.
 std::string CheckVolume(CEGUID guid);
 
+// KORVANE_LONG=1 asks for the long form of the tests that have one.
+bool IsLongRun();
+
 // ---- Files ---------------------------------------------------------------------------------------------------------
 
 std::vector<BYTE> ReadWholeFile(const std::wstring& strPath); // also while others have it open
