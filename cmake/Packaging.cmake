@@ -18,6 +18,8 @@ configure_package_config_file(cmake/korvaneLibConfig.cmake.in ${CMAKE_BINARY_DIR
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/korvaneLibConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/package/korvaneLibConfig.cmake ${CMAKE_BINARY_DIR}/package/korvaneLibConfigVersion.cmake
     DESTINATION lib/cmake/korvaneLib)
+# For hosts that are built on Linux.
+install(FILES cmake/mingw32.cmake DESTINATION lib/cmake/korvaneLib)
 
 # The licence of everything in the tree. What Debian has packaged has its licence in the package's "copyright".
 install(FILES LICENSE DESTINATION licences RENAME korvaneLib.txt)

@@ -51,18 +51,25 @@ run_build() {
             tail -n 15 "$log"
         fi
     done
-    # The package is made of the plain build.
-    if [[ $build == mingw32 && ($# == 0 || " $* " == *" package "*) ]]; then
-        log=build/$build/test_package.log
-        started=$SECONDS
-        timeout --kill-after=10 "$time_limit" bash tests/package/run.sh >"$log" 2>&1
-        read -r ok bad < <(sed -n 's/^\([0-9]*\) passed, \([0-9]*\) failed$/\1 \2/p' "$log") || { ok=0 bad=1; }
-        passed=$((passed + ok)) failed=$((failed + bad))
-        printf '%-20s %-12s %5d passed, %d failed, %d s\n' "$build" package "$ok" "$bad" $((SECONDS - started))
-        ((bad == 0)) || cat "$log"
+    # Package and documentation are those of the plain build.
+    if [[ $build == mingw32 ]]; then
+        run_script package tests/package/run.sh "$@"
+        run_script commands tests/docs/commands.sh "$@"
     fi
     rm -rf "$WINEPREFIX/drive_c/korvane-test-objectstore"
     echo "$passed $failed" >"build/$build/tests.sum"
+}
+
+# run_script NAME SCRIPT [NAME...]: tests that are a script, with the sums of run_build.
+run_script() {
+    local name=$1 script=$2 ok bad started=$SECONDS log=build/$build/test_$1.log
+    shift 2
+    [[ $# == 0 || " $* " == *" $name "* ]] || return 0
+    timeout --kill-after=10 "$time_limit" bash "$script" >"$log" 2>&1
+    read -r ok bad < <(sed -n 's/^\([0-9]*\) passed, \([0-9]*\) failed$/\1 \2/p' "$log") || { ok=0 bad=1; }
+    passed=$((passed + ok)) failed=$((failed + bad))
+    printf '%-20s %-12s %5d passed, %d failed, %d s\n' "$build" "$name" "$ok" "$bad" $((SECONDS - started))
+    ((bad == 0)) || cat "$log"
 }
 
 rm -f build/*/tests.sum
