@@ -26,9 +26,35 @@ CString VolumePath(LPCTSTR commandLine)
     return FolderOf(program) + L"iso.vol";
 }
 
+// The text in lines that a box on the device's screen has room for, broken behind blanks where there are any.
+CString InLines(LPCTSTR text)
+{
+    constexpr int kLongest = 26; // characters
+    CString lines, line;
+    for (; *text; ++text) {
+        if (line.GetLength() >= kLongest) {
+            const int blank = line.ReverseFind(L' ');
+            const int end = blank < 0 ? line.GetLength() : blank + 1;
+            lines += line.Left(end) + L"\n";
+            line = line.Mid(end);
+        }
+        line += *text;
+        if (*text != L'\n') continue;
+        lines += line;
+        line.Empty();
+    }
+    return lines + line;
+}
+
 class CAtlasApp : public CWinApp
 {
 public:
+    // The device breaks the lines of its boxes itself; a desktop's boxes become as wide as the text.
+    int DoMessageBox(LPCTSTR prompt, UINT type, UINT help) override
+    {
+        return CWinApp::DoMessageBox(InLines(prompt), type, help);
+    }
+
     BOOL InitInstance() override
     {
         const CString volume = VolumePath(m_lpCmdLine);

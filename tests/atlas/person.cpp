@@ -114,7 +114,11 @@ std::wstring CPerson::AnswerBox()
 {
     const HWND box = WaitForWindow(m_name);
     if (!WaitFor([&] { return !TextOf(Item(box, kBoxText)).empty(); })) return L"no message box";
-    const std::wstring text = TextOf(Item(box, kBoxText));
+    std::wstring text = TextOf(Item(box, kBoxText));
+    text.erase(std::remove(text.begin(), text.end(), L'\n'), text.end());
+    RECT area = {};
+    ::GetWindowRect(box, &area);
+    EXPECT_TRUE(area.left >= 0 && area.right <= ::GetSystemMetrics(SM_CXSCREEN)) << "the box is wider than the screen";
     Key(VK_RETURN);
     EXPECT_TRUE(WaitForNoWindow(box));
     return text;

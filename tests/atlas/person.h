@@ -31,7 +31,7 @@ public:
     // The visible top-level window of Atlas with this caption; null when it does not come.
     HWND WaitForWindow(const std::wstring& caption);
     bool WaitForNoWindow(HWND window);
-    // The text of a message box that comes up, which is then answered with Enter.
+    // The text of a message box that comes up, without its line breaks; it is then answered with Enter.
     std::wstring AnswerBox();
 
     static HWND Item(HWND window, int id) { return ::GetDlgItem(window, id); }
