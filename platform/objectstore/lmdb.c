@@ -332,6 +332,7 @@ uint32_t kv_pages_left(MDB_txn* txn)
 
 int kv_sync(MDB_env* env)
 {
+    if (!env->me_map) return ERROR_NOT_ENOUGH_MEMORY;
     /* The first call starts writing what the map has changed, the second waits until all of the file is on the disk. */
     return FlushViewOfFile(env->me_map, 0) && FlushFileBuffers(env->me_fd) ? ERROR_SUCCESS : (int)GetLastError();
 }

@@ -7,6 +7,8 @@
 #include "support.h"
 #include "support/import_patch.h"
 
+#include <korvanebatch.h>
+
 #include <algorithm>
 #include <functional>
 
@@ -299,6 +301,90 @@ TEST_F(DiskFullTest, AVolumeThatFindsNoRoomIsNotMade)
             ::DeleteFileW(strNew.c_str());
         }
     }
+}
+
+TEST_F(DiskFullTest, ACompactionThatFindsNoRoomLeavesTheVolumeAlone)
+{
+    int nMet = 0;
+    for (const bool bOn : {false, true}) {
+        for (int nFailAt = 1, bMet = 1; bMet; ++nFailAt) {
+            SCOPED_TRACE("call " + std::to_string(nFailAt) + (bOn ? " and all behind it" : ""));
+            WriteWholeFile(m_strPath, m_image);
+            BOOL bDone;
+            {
+                const CFailures failures(nFailAt, bOn);
+                bDone = ::CeCompactDBVol(m_strPath.c_str(), nullptr, 0);
+                const DWORD dwLast = ::GetLastError();
+                bMet = failures.Met();
+                ASSERT_TRUE(bDone || dwLast == ERROR_DISK_FULL || dwLast == ERROR_NOT_ENOUGH_MEMORY) << dwLast;
+            }
+            nMet += bMet;
+            ASSERT_FALSE(FileExists(m_strPath + L".compacting"));
+            if (!bDone) {
+                ASSERT_TRUE(m_image == ReadWholeFile(m_strPath));
+                ASSERT_WORKS(::CeCompactDBVol(m_strPath.c_str(), nullptr, 0)) << "there is room again";
+            }
+            m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+            ASSERT_FALSE(IsInvalidGuid(m_guid));
+            ASSERT_EQ("", CheckVolume(m_guid));
+            ASSERT_EQ(200u, CountRecords(m_guid, Find(m_guid, L"full")));
+            ASSERT_WORKS(::CeUnmountDBVol(&m_guid));
+            m_guid = InvalidGuid();
+        }
+    }
+    EXPECT_GT(nMet, 5);
+}
+
+// A map that has no room beside itself is let go before a larger one is asked for. If that finds no room either, the
+// volume cannot be read until it does.
+TEST_F(DiskFullTest, ALargeMapThatIsLostComesBack)
+{
+    ASSERT_NO_FATAL_FAILURE(Prepare(kOperations[0]));
+    const CEOID oid = Find(m_guid, L"other");
+    const CProps large = std::move(CProps().Blob(2, std::vector<BYTE>(65000)));
+    CDb db = OpenDb(m_guid, oid);
+    const auto write = [&](int nMost) {
+        for (int i = 0; i < nMost; ++i)
+            if (!Write(db, 0, large)) return false;
+        return true;
+    };
+    ASSERT_WORKS(::CeBeginBatch(&m_guid));
+    ASSERT_TRUE(write(4300)) << "280 MB";
+    ASSERT_WORKS(::CeCommitBatch(&m_guid));
+    const DWORD nBefore = CountRecords(m_guid, oid);
+    for (const bool bBatch : {false, true}) {
+        SCOPED_TRACE(bBatch);
+        DWORD nDone = 0;
+        {
+            const CImportPatch map(L"korvanestore.dll", "MapViewOfFileEx", &FailingMap);
+            g_nCall = 0;
+            g_nFailAt = 1;
+            g_bOn = true;
+            if (bBatch) {
+                ASSERT_WORKS(::CeBeginBatch(&m_guid));
+            }
+            while (Write(db, 0, large)) ++nDone;
+            ASSERT_EQ(static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY), ::GetLastError());
+            ASSERT_LT(nDone, 200u);
+            EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeSeekDatabase(db, CEDB_SEEK_BEGINNING, 0, nullptr));
+            EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, Write(db, 0, large));
+            if (!bBatch) {
+                EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeFlushDBVol(&m_guid));
+            } else {
+                EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeCommitBatch(&m_guid));
+                nDone = 0;
+            }
+            g_nFailAt = 0;
+        }
+        EXPECT_EQ(nBefore + nDone, CountRecords(m_guid, oid));
+        EXPECT_WORKS(::CeSeekDatabase(db, CEDB_SEEK_END, 0, nullptr));
+        for (; nDone > 0; --nDone) ASSERT_WORKS(::CeDeleteRecord(db, ::CeSeekDatabase(db, CEDB_SEEK_END, 0, nullptr)));
+        EXPECT_WORKS(::CeFlushDBVol(&m_guid));
+        wchar_t szProblem[200] = L"";
+        EXPECT_WORKS(::CeCheckDBVol(&m_guid, szProblem, 200)) << szProblem;
+    }
+    EXPECT_TRUE(write(200)) << "there is room again";
+    EXPECT_EQ(nBefore + 200, CountRecords(m_guid, oid));
 }
 
 // ---- A disk that is really full ------------------------------------------------------------------------------------
