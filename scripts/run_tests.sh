@@ -4,7 +4,7 @@ set -uo pipefail
 cd "$(dirname "$0")/.."
 . scripts/common.sh
 
-time_limit=400 # seconds for one program: a test that hangs is a failed one
+time_limit=600 # seconds for one program: a test that hangs is a failed one
 [[ -z ${KORVANE_LONG:-} ]] || time_limit=3600
 
 # use_small_disk NAME: two megabytes for the tests that fill a disk, where this user may mount one. Elsewhere those tests
