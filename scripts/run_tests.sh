@@ -14,7 +14,7 @@ use_small_disk() {
     mkdir -p "$folder"
     umount "$folder" 2>/dev/null
     mount -t tmpfs -o size=2m korvane-test "$folder" 2>/dev/null || return 0
-    at_exit "umount '$folder'"
+    at_exit "umount build/$1-disk"
     export KORVANE_SMALL_DISK="Z:${folder//\//\\}"
 }
 
