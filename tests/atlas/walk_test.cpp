@@ -20,7 +20,7 @@ bool IsGold(COLORREF colour)
     return colour == RGB(255, 200, 0);
 }
 
-bool IsRed(COLORREF colour)
+[[maybe_unused]] bool IsRed(COLORREF colour)
 {
     return GetRValue(colour) > 180 && GetGValue(colour) < 90 && GetBValue(colour) < 90;
 }
