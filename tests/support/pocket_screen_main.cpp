@@ -1,4 +1,4 @@
-// The tests of samples/atlas run on a screen of their own: a desktop of 240 x 320 pixels.
+// main for the test programs that need a Pocket PC screen: a desktop of 240 x 320 pixels of their own.
 #include "support/pocket_screen.h"
 
 #include <gtest/gtest.h>
