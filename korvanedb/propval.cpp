@@ -2,6 +2,7 @@
 
 #include "base/errorutil.h"
 #include "base/timedumps.h"
+#include "korvanedb/variants.h"
 
 namespace KorvaneDB {
 namespace {
@@ -32,31 +33,6 @@ long DateFromFileTime(const FILETIME& time, DATE& date)
     UDATE dt = {};
     if (!::FileTimeToSystemTime(&time, &dt.st)) KORVANE_RAISE(kSource, 206, E_FAIL, L"FileTimeToSystemTime failed");
     return ::VarDateFromUdate(&dt, 0, &date);
-}
-
-// Moves a new value into a variant, releasing what that holds. What is nothing but its bits, as most values are, is
-// overwritten without a call.
-void Replace(VARIANT& target, const VARIANT& value)
-{
-    switch (V_VT(&target)) {
-    case VT_EMPTY:
-    case VT_NULL:
-    case VT_I2:
-    case VT_I4:
-    case VT_R8:
-    case VT_DATE:
-    case VT_BOOL:
-    case VT_UI2:
-    case VT_UI4:
-        break;
-    default:
-        const HRESULT hr = ::VariantClear(&target);
-        if (FAILED(hr)) {
-            if (V_VT(&value) == VT_BSTR) ::SysFreeString(V_BSTR(&value));
-            _com_issue_error(hr);
-        }
-    }
-    target = value;
 }
 
 } // namespace
@@ -111,7 +87,7 @@ long CRow::getVariantFromPropval(_CEPROPVAL* prop, _variant_t& value)
     VARIANT result = {};
     V_VT(&result) = VT_NULL;
     if (prop->wFlags & CEDB_PROPNOTFOUND) {
-        Replace(value, result);
+        SetPlain(value, result);
         return 0;
     }
     switch (TypeFromPropID(prop->propid)) {
@@ -140,9 +116,11 @@ long CRow::getVariantFromPropval(_CEPROPVAL* prop, _variant_t& value)
         V_BOOL(&result) = prop->val.boolVal ? VARIANT_TRUE : VARIANT_FALSE;
         break;
     case CEVT_LPWSTR:
+        if (prop->val.lpwstr) {
+            SetText(value, prop->val.lpwstr, wcslen(prop->val.lpwstr) * sizeof(wchar_t));
+            return 0;
+        }
         V_VT(&result) = VT_BSTR;
-        V_BSTR(&result) = ::SysAllocString(prop->val.lpwstr);
-        if (!V_BSTR(&result) && prop->val.lpwstr) _com_issue_error(E_OUTOFMEMORY);
         break;
     case CEVT_FILETIME: {
         const long hr = DateFromFileTime(prop->val.filetime, V_DATE(&result));
@@ -157,7 +135,7 @@ long CRow::getVariantFromPropval(_CEPROPVAL* prop, _variant_t& value)
         KORVANE_RAISE(kSource, 241, E_FAIL, L"Unknown data type");
         return 0;
     }
-    Replace(value, result);
+    SetPlain(value, result);
     return 0;
 }
 

@@ -3,6 +3,7 @@
 #include "base/errorutil.h"
 #include "korvanedb/connection.h"
 #include "korvanedb/rowshared.h"
+#include "korvanedb/variants.h"
 
 namespace KorvaneDB {
 namespace {
@@ -156,7 +157,7 @@ long CRow::getVal(int index, _variant_t& value)
 {
     if (!m_oid) KORVANE_RAISE(kSource, 274, E_FAIL, L"Either BOF or EOF is true");
     if (index < 0 || index > m_pShared->nFields) KORVANE_RAISE(kSource, 277, E_FAIL, L"Index out of bounds");
-    value = m_pShared->values[index];
+    Copy(value, m_pShared->values[index]);
     return 0;
 }
 
@@ -171,7 +172,7 @@ long CRow::setVal(CString name, _variant_t& value)
 long CRow::setVal(int index, _variant_t& value)
 {
     if (index < 0 || index > m_pShared->nFields) KORVANE_RAISE(kSource, 301, E_FAIL, L"Index out of bounds");
-    m_pShared->values[index] = value;
+    Copy(m_pShared->values[index], value);
     return 0;
 }
 
