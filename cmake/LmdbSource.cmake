@@ -28,6 +28,8 @@ lmdb_replace("\t\tmp->mm_txnid = txn->mt_txnid;" "\t\t__atomic_thread_fence(__AT
 lmdb_replace("\t\tif (freecnt < txn->mt_free_pgs[0]) {" "\t\tif ((rc = kv_hold_pages(txn)) != 0)\n\t\t\treturn rc;\n\t\tif (freecnt < txn->mt_free_pgs[0]) {")
 lmdb_replace("\tfree_pgs = txn->mt_free_pgs;" "\tif ((rc = kv_hold_pages(txn)) != 0)\n\t\t\t\treturn rc;\n\t\t\tfree_pgs = txn->mt_free_pgs;")
 lmdb_replace("\ttxnid_t mr, oldest = txn->mt_txnid - 1;" "\ttxnid_t mr, oldest = kv_reuse_forbidden(txn->mt_env) ? 0 : txn->mt_txnid - 1;")
+# A table's records are appended in the middle of the map: the pages that they fill stay full.
+lmdb_replace("\t\t\tif (split_indx == newindx) {" "\t\t\tsplit_indx = kv_split_point(mp, newkey, nsize, newindx, split_indx, pmax);\n\t\t\tif (split_indx == newindx) {")
 # A page is looked at before it is trusted, and looked at again after it was given a new use.
 lmdb_replace("\nsearch_done:\n" "\nsearch_done:\n\tkv_page_taken(env, pgno, num);\n")
 lmdb_replace("done:\n\t*ret = p;" "\tif (!kv_page_is_sound(env, p, pgno, txn->mt_next_pgno)) {\n\t\ttxn->mt_flags |= MDB_TXN_ERROR;\n\t\treturn MDB_CORRUPTED;\n\t}\ndone:\n\t*ret = p;")

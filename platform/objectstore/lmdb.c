@@ -7,6 +7,9 @@
  *    never written to until the next flush is complete: a page of it that a transaction frees is put aside
  *    (kv_hold_pages) and listed as free only by the next flush.
  *  - A map cannot grow while LMDB has a transaction; a batch must (kv_remap).
+ *  - All tables lie in one tree, so new records go to the end of their table, but into the middle of a page that the
+ *    next table begins on. LMDB splits such a page in halves, and no page would ever be more than half full
+ *    (kv_split_point).
  *  - LMDB believes what it reads. A volume may come from a stranger: each page is checked when this process first meets
  *    it (kv_page_is_sound), and again when it was given a new use (kv_page_taken).
  */
@@ -16,6 +19,8 @@ static int kv_hold_pages(MDB_txn* txn);
 static int kv_reuse_forbidden(MDB_env* env);
 static void kv_page_taken(MDB_env* env, size_t page, int count);
 static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_t end);
+static int kv_split_point(const void* page, const MDB_val* key, size_t node_bytes, int place, int proposed,
+                          size_t room);
 
 #include <mdb_prepared.c>
 #include <midl.c>
@@ -23,6 +28,40 @@ static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_
 _Static_assert(sizeof(pgno_t) == 4 && sizeof(MDB_db) == 28, "the layout of a 32-bit build");
 _Static_assert(sizeof(MDB_meta) <= sizeof(((kv_pages*)0)->lost_metas[0]), "a copy of a meta page's content");
 _Static_assert(sizeof(kv_state) == KV_STATE_BYTES, "part of the volume format");
+
+/* ---- Where a page is split ------------------------------------------------------------------------------------- */
+
+/* The part of a key that names the table, or one of its orders, that the entry belongs to: keys.h. */
+static int in_same_run(const void* left, size_t left_bytes, const void* right, size_t right_bytes)
+{
+    const unsigned char *l = left, *r = right;
+    const size_t prefix = left_bytes && l[0] == 0x20 ? 6 : 5; /* of index entries */
+    return left_bytes >= prefix && right_bytes >= prefix && memcmp(l, r, prefix) == 0;
+}
+
+/* What to split a full page at, counted with the new entry at its place. When that is the last one of its run, what
+ * follows goes to a page of its own, with the new entry only if the run itself fills the page: a run whose entries come
+ * in order then ends a page and leaves full ones behind. Else where LMDB proposes to. node_bytes: what the new entry
+ * takes; room: of an empty page. */
+static int kv_split_point(const void* page, const MDB_val* key, size_t node_bytes, int place, int proposed, size_t room)
+{
+    MDB_page* p = (MDB_page*)page;
+    const int count = NUMKEYS(p);
+    if (!IS_LEAF(p) || place == 0 || place >= count) return proposed;
+    const MDB_node* before = NODEPTR(p, place - 1);
+    const MDB_node* after = NODEPTR(p, place);
+    if (!in_same_run(key->mv_data, key->mv_size, NODEKEY(before), NODEKSZ(before)) ||
+        in_same_run(key->mv_data, key->mv_size, NODEKEY(after), NODEKSZ(after)))
+        return proposed;
+    size_t left = 0, right = 0;
+    for (int i = 0; i < count; i++) {
+        const MDB_node* node = NODEPTR(p, i);
+        const size_t data = F_ISSET(node->mn_flags, F_BIGDATA) ? sizeof(pgno_t) : NODEDSZ(node);
+        *(i < place ? &left : &right) += EVEN(NODESIZE + NODEKSZ(node) + data) + sizeof(indx_t);
+    }
+    if (left + node_bytes <= room) return place + 1;
+    return right + node_bytes <= room ? place : proposed;
+}
 
 /* ---- Which pages may be used again ---------------------------------------------------------------------------- */
 
@@ -98,7 +137,8 @@ int kv_free_held(MDB_txn* txn, const uint8_t* held)
 /* ---- Pages are checked before they are trusted ---------------------------------------------------------------- */
 
 /* kv_pages.use */
-enum {
+enum
+{
     USE_UNKNOWN, /* this process has not met the page */
     USE_SOUND,   /* checked, or written by this process since it was */
     USE_TAKEN    /* given out by the allocator: written by this process, but perhaps as something else than before */
@@ -155,7 +195,8 @@ static int page_is_sound(const MDB_page* p, size_t number, size_t end, int taken
     if (p->mp_pgno != number) return 0;
     if (flags == P_OVERFLOW) return p->mp_pages >= 1 && p->mp_pages <= end - number;
     if (flags != P_BRANCH && flags != P_LEAF) return 0;
-    if (p->mp_lower < PAGEHDRSZ || p->mp_lower > p->mp_upper || p->mp_upper > KV_PAGE_BYTES || (p->mp_lower & 1)) return 0;
+    if (p->mp_lower < PAGEHDRSZ || p->mp_lower > p->mp_upper || p->mp_upper > KV_PAGE_BYTES || (p->mp_lower & 1))
+        return 0;
     keys = NUMKEYS(p);
     if (!taken && keys < (flags == P_BRANCH ? 2u : 1u)) return 0;
     for (i = 0; i < keys; i++) {
@@ -231,7 +272,8 @@ int kv_state_is_sound(const kv_state* state, uint32_t file_bytes)
     memcpy(trees, state->trees, sizeof trees);
     return state->txnid >= 1 && state->last_page >= KV_RESERVED_PAGES - 1 &&
            state->last_page < file_bytes / KV_PAGE_BYTES && state->last_page < KV_MAX_PAGES &&
-           trees[FREE_DBI].md_pad == KV_PAGE_BYTES && tree_is_sound(&trees[FREE_DBI], MDB_INTEGERKEY, state->last_page) &&
+           trees[FREE_DBI].md_pad == KV_PAGE_BYTES &&
+           tree_is_sound(&trees[FREE_DBI], MDB_INTEGERKEY, state->last_page) &&
            tree_is_sound(&trees[MAIN_DBI], 0, state->last_page);
 }
 
@@ -354,7 +396,8 @@ int kv_list_free(MDB_txn* txn, uint8_t* free_map)
     for (rc = mdb_cursor_get(cursor, &key, &data, MDB_FIRST); !rc; rc = mdb_cursor_get(cursor, &key, &data, MDB_NEXT)) {
         const MDB_ID* list = data.mv_data;
         MDB_ID i;
-        if (key.mv_size != sizeof(txnid_t) || data.mv_size < sizeof *list || list[0] > data.mv_size / sizeof *list - 1) break;
+        if (key.mv_size != sizeof(txnid_t) || data.mv_size < sizeof *list || list[0] > data.mv_size / sizeof *list - 1)
+            break;
         for (i = 1; i <= list[0]; i++) {
             if (list[i] < KV_RESERVED_PAGES || list[i] >= txn->mt_next_pgno || (i > 1 && list[i] >= list[i - 1]) ||
                 kv_bit(free_map, list[i])) {
@@ -382,7 +425,8 @@ static int list_tree(MDB_txn* txn, pgno_t root, unsigned depth, uint8_t* used_ma
     const MDB_page* p = (const MDB_page*)(txn->mt_env->me_map + (size_t)KV_PAGE_BYTES * root);
     unsigned i;
     *bad = root;
-    if (!depth || !use_page(txn, used_map, root, 1) || !page_is_sound(p, root, txn->mt_next_pgno, 0)) return MDB_CORRUPTED;
+    if (!depth || !use_page(txn, used_map, root, 1) || !page_is_sound(p, root, txn->mt_next_pgno, 0))
+        return MDB_CORRUPTED;
     if (depth == 1 ? !IS_LEAF(p) : !IS_BRANCH(p)) return MDB_CORRUPTED;
     for (i = 0; i < NUMKEYS(p); i++) {
         const MDB_node* node = NODEPTR(p, i);

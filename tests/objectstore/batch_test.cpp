@@ -39,6 +39,24 @@ TEST_F(BatchTest, ACommittedBatchStays)
     EXPECT_EQ("", CheckVolume(m_guid));
 }
 
+TEST_F(BatchTest, RecordsThatComeOneAfterTheOtherFillTheirPages)
+{
+    constexpr int kRecords = 4000;
+    const std::wstring text(100, L'x');
+    EXPECT_WORKS(::CeBeginBatch(&m_guid));
+    // The index, whose keys come in no order, begins where the records end.
+    for (int i = 0; i < kRecords; ++i) EXPECT_WORKS(Write(m_db, 0, CProps().I4(1, i * 7919 % kRecords).Text(2, text)));
+    EXPECT_WORKS(::CeCommitBatch(&m_guid));
+    EXPECT_EQ("", CheckVolume(m_guid));
+    m_db.Close();
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    EXPECT_TRUE(::GetFileAttributesExW(m_strPath.c_str(), GetFileExInfoStandard, &data));
+    // A record and its entry take 170 bytes; in pages that are half full they would be more than 1 MB.
+    EXPECT_LT(data.nFileSizeLow, 900000u);
+    EXPECT_WORKS(::CeMountDBVol(&m_guid, m_strPath.data(), OPEN_EXISTING));
+}
+
 TEST_F(BatchTest, AnAbandonedBatchNeverWas)
 {
     const CEOID kept = Write(m_db, 0, CProps().I4(1, 1)), deleted = Write(m_db, 0, CProps().I4(1, 2));
