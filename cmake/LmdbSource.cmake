@@ -30,7 +30,7 @@ lmdb_replace("\tfree_pgs = txn->mt_free_pgs;" "\tif ((rc = kv_hold_pages(txn)) !
 lmdb_replace("\ttxnid_t mr, oldest = txn->mt_txnid - 1;" "\ttxnid_t mr, oldest = kv_reuse_forbidden(txn->mt_env) ? 0 : txn->mt_txnid - 1;")
 # A table's records are appended in the middle of the map: the pages that they fill stay full.
 lmdb_replace("\t\t\tif (split_indx == newindx) {" "\t\t\tsplit_indx = kv_split_point(mp, newkey, nsize, newindx, split_indx, pmax);\n\t\t\tif (split_indx == newindx) {")
-# A page is looked at before it is trusted, and looked at again after it was given a new use.
+# A page is looked at before it is trusted, and looked at again after it was given to a large value.
 lmdb_replace("\nsearch_done:\n" "\nsearch_done:\n\tkv_page_taken(env, pgno, num);\n")
 lmdb_replace("done:\n\t*ret = p;" "\tif (!kv_page_is_sound(env, p, pgno, txn->mt_next_pgno)) {\n\t\ttxn->mt_flags |= MDB_TXN_ERROR;\n\t\treturn MDB_CORRUPTED;\n\t}\ndone:\n\t*ret = p;")
 

@@ -11,7 +11,7 @@
  *    next table begins on. LMDB splits such a page in halves, and no page would ever be more than half full
  *    (kv_split_point).
  *  - LMDB believes what it reads. A volume may come from a stranger: each page is checked when this process first meets
- *    it (kv_page_is_sound), and again when it was given a new use (kv_page_taken).
+ *    it (kv_page_is_sound), and again when it was given to a large value (kv_page_taken).
  */
 #include "lmdb_ext.h"
 
@@ -140,14 +140,16 @@ int kv_free_held(MDB_txn* txn, const uint8_t* held)
 enum
 {
     USE_UNKNOWN, /* this process has not met the page */
-    USE_SOUND,   /* checked, or written by this process since it was */
-    USE_TAKEN    /* given out by the allocator: written by this process, but perhaps as something else than before */
+    USE_SOUND,   /* checked, or written by this process as a page */
+    USE_TAKEN    /* of a run of pages that this process took for a large value: a caller's bytes, until it is checked */
 };
 
 static void kv_page_taken(MDB_env* env, size_t page, int count)
 {
     kv_pages* pages = pages_of(env);
-    if (pages) memset(pages->use + page, USE_TAKEN, count);
+    /* A single page is given its header and entries before anybody can come by it. In a damaged volume a stale reference
+     * may lead into the middle of a large value, which only a check can tell from a page. */
+    if (pages) memset(pages->use + page, count == 1 ? USE_SOUND : USE_TAKEN, count);
 }
 
 /* The bytes that an entry takes of the room it has, 0 for one that makes no sense. */
