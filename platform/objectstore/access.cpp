@@ -252,6 +252,15 @@ bool CTreeCursor::SeekBefore(CAccess& access, CBytes key)
 
 bool CTreeCursor::Next(CAccess& access)
 {
+    const CVolumeState& state = *m_volume.m_pState;
+    if (m_bPlaced && !m_bOnWriteTxn && !state.pWriteTxn && m_ullVersion == state.ullVersion) {
+        MDB_val key, value;
+        if (kv_next_in_page(static_cast<MDB_cursor*>(m_pCursor), &key, &value)) {
+            m_key = ToBytes(key);
+            m_value = ToBytes(value);
+            return true;
+        }
+    }
     return Move(access, MDB_NEXT, {});
 }
 

@@ -299,8 +299,31 @@ void CDatabaseHandle::NoteDeleted(CEOID oid, CBytes sortKey)
 
 // ---- Plans ---------------------------------------------------------------------------------------------------------
 
-const DWORD* CDatabaseHandle::PlanFor(const CShape& shape, const CEPROPID* rgPropID, WORD nCount)
+void CReadPlan::Assign(const CShape& shape, const CEPROPID* rgPropID, WORD nCount)
 {
+    steps.clear();
+    varying.clear();
+    bAny = false;
+    for (WORD i = 0; i < nCount; ++i) {
+        const size_t nSlot = rgPropID ? shape.Find(rgPropID[i]) : i;
+        if (nSlot == shape.Count()) {
+            steps.push_back({rgPropID[i], 0, ESlot::kNone, CEDB_PROPNOTFOUND});
+            continue;
+        }
+        const CSlot& slot = shape[nSlot];
+        const ESlot kind = KindOfSlot(slot.propid);
+        steps.push_back({slot.propid, slot.cbOffset, kind, 0});
+        if (kind == ESlot::kVarying) varying.push_back(slot);
+        bAny = true;
+    }
+}
+
+const CReadPlan& CDatabaseHandle::PlanFor(const CShape& shape, const CEPROPID* rgPropID, WORD nCount)
+{
+    if (!rgPropID) {
+        m_planForAll.Assign(shape, nullptr, nCount);
+        return m_planForAll;
+    }
     bool bSame = m_planned.size() == nCount;
     for (WORD i = 0; bSame && i < nCount; ++i) bSame = m_planned[i] == rgPropID[i];
     if (!bSame) {
@@ -310,16 +333,13 @@ const DWORD* CDatabaseHandle::PlanFor(const CShape& shape, const CEPROPID* rgPro
     CPlan& plan = m_rgPlans[shape.Id() % ARRAYSIZE(m_rgPlans)];
     if (plan.bValid && plan.wShape == shape.Id() && plan.ullShapeEpoch == m_pDatabase->ullShapeEpoch &&
         shape.Id() != kInlineShape)
-        return plan.slots.data();
-    plan.slots.resize(nCount);
-    for (WORD i = 0; i < nCount; ++i) {
-        const size_t nSlot = shape.Find(rgPropID[i]);
-        plan.slots[i] = nSlot == shape.Count() ? kNoSlot : static_cast<DWORD>(nSlot);
-    }
+        return plan;
+    plan.bValid = false;
+    plan.Assign(shape, rgPropID, nCount);
     plan.wShape = shape.Id();
     plan.ullShapeEpoch = m_pDatabase->ullShapeEpoch;
     plan.bValid = true;
-    return plan.slots.data();
+    return plan;
 }
 
 } // namespace store

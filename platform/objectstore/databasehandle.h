@@ -19,6 +19,23 @@
 
 namespace store {
 
+// How properties are read from records of one shape.
+struct CReadPlan
+{
+    struct CStep
+    {
+        CEPROPID propid;
+        DWORD cbOffset; // in the fixed part
+        ESlot kind;     // kNone: the shape lacks the property
+        WORD wFlags;    // of the value
+    };
+    std::vector<CStep> steps;   // a property each, in the order asked for
+    std::vector<CSlot> varying; // the slots of those that are texts or blobs
+    bool bAny = false;          // the shape has one of them
+
+    void Assign(const CShape& shape, const CEPROPID* rgPropID, WORD nCount);
+};
+
 class CDatabaseHandle : public CHandleObject
 {
 public:
@@ -69,8 +86,8 @@ public:
     void PlaceOn(CEOID oid, CBytes sortKey);
     void NoteDeleted(CEOID oid, CBytes sortKey);
 
-    // Which slot of a shape has each of the properties asked for, kNoSlot for those that it lacks.
-    const DWORD* PlanFor(const CShape& shape, const CEPROPID* rgPropID, WORD nCount);
+    // How the properties asked for are read from records of a shape; null: all of the shape's. Good until the next call.
+    const CReadPlan& PlanFor(const CShape& shape, const CEPROPID* rgPropID, WORD nCount);
 
     // Reusable, so that a call allocates nothing once they have grown.
     std::vector<CField> scratchFields;
@@ -100,12 +117,11 @@ private:
         return false;
     }
 
-    struct CPlan
+    struct CPlan : CReadPlan
     {
         bool bValid = false;
         WORD wShape = 0;
         ULONGLONG ullShapeEpoch = 0;
-        std::vector<DWORD> slots;
     };
 
     CVolumeRef m_volume;
@@ -128,6 +144,7 @@ private:
 
     std::vector<CEPROPID> m_planned; // properties that the plans are for
     CPlan m_rgPlans[8];              // by the low bits of the shape's number
+    CReadPlan m_planForAll;
 };
 
 } // namespace store

@@ -306,6 +306,25 @@ uint32_t kv_committed_txnid(MDB_env* env)
     return first < second ? second : first;
 }
 
+/* ---- Cursors -------------------------------------------------------------------------------------------------- */
+
+int kv_next_in_page(MDB_cursor* cursor, MDB_val* key, MDB_val* value)
+{
+    if ((cursor->mc_flags & (C_INITIALIZED | C_EOF | C_DEL)) != C_INITIALIZED) return 0;
+    if (cursor->mc_txn->mt_flags & MDB_TXN_BLOCKED) return 0;
+    MDB_page* page = cursor->mc_pg[cursor->mc_top];
+    const unsigned next = cursor->mc_ki[cursor->mc_top] + 1u;
+    if (next >= NUMKEYS(page)) return 0;
+    MDB_node* node = NODEPTR(page, next);
+    if (node->mn_flags) return 0; /* its value lies in pages of its own */
+    cursor->mc_ki[cursor->mc_top] = (indx_t)next;
+    key->mv_size = NODEKSZ(node);
+    key->mv_data = NODEKEY(node);
+    value->mv_size = NODEDSZ(node);
+    value->mv_data = NODEDATA(node);
+    return 1;
+}
+
 /* ---- The map -------------------------------------------------------------------------------------------------- */
 
 int kv_map_is_short(MDB_env* env)

@@ -13,7 +13,8 @@
 extern "C" {
 #endif
 
-enum {
+enum
+{
     KV_PAGE_BYTES = 4096,
     KV_RESERVED_PAGES = 4,  /* LMDB's two meta pages and the volume's two headers */
     KV_MAX_PAGES = 1 << 18, /* 1 GiB: what a 32-bit process can map beside itself */
@@ -86,6 +87,10 @@ int kv_list_free(MDB_txn* txn, uint8_t* free_map);
 /* Sets the bits of all pages that the two trees use. MDB_CORRUPTED, and the page's number in *page, for one that is used
  * twice, lies outside, or makes no sense. */
 int kv_list_used(MDB_txn* txn, uint8_t* used_map, uint32_t* page);
+
+/* Steps a cursor that stands on an entry of the main tree to the next one of the same page, which is what most steps
+ * are. 0: it has to be done by MDB_NEXT; nothing has moved then. */
+int kv_next_in_page(MDB_cursor* cursor, MDB_val* key, MDB_val* value);
 
 /* ---- Pages as they lie in a file, without an environment ---- */
 

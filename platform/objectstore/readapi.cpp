@@ -113,42 +113,39 @@ DWORD Read(CDatabaseHandle& handle, WORD* pcPropID, const CEPROPID* rgPropID, co
     if (!pShape || !view.Attach(record, *pShape) || pShape->Count() > 0xFFFF) return ERROR_FILE_CORRUPT;
 
     const WORD wCount = rgPropID ? *pcPropID : static_cast<WORD>(pShape->Count());
-    const DWORD* const pPlan = rgPropID ? handle.PlanFor(*pShape, rgPropID, wCount) : nullptr;
-    std::vector<CField>& fields = handle.scratchFields;
-    if (fields.size() < wCount) fields.resize(wCount);
+    const CReadPlan& plan = handle.PlanFor(*pShape, rgPropID, wCount);
+    std::vector<CField>& varying = handle.scratchFields;
+    if (varying.size() < plan.varying.size()) varying.resize(plan.varying.size());
     ULONGLONG cbNeeded = wCount * sizeof(CEPROPVAL);
-    bool bAny = false;
-    for (WORD i = 0; i < wCount; ++i) {
-        const DWORD nSlot = pPlan ? pPlan[i] : i;
-        fields[i].propid = 0;
-        if (nSlot == kNoSlot) continue;
-        if (!view.Get(nSlot, fields[i])) return ERROR_FILE_CORRUPT;
-        cbNeeded += ExtraSize(fields[i]);
-        bAny = true;
+    for (size_t i = 0; i < plan.varying.size(); ++i) {
+        if (!view.GetVarying(plan.varying[i], varying[i])) return ERROR_FILE_CORRUPT;
+        cbNeeded += ExtraSize(varying[i]);
     }
     if (cbNeeded > 0x7FFFFFFF) return ERROR_NOT_ENOUGH_MEMORY;
     const DWORD cb = static_cast<DWORD>(cbNeeded);
     dwError = target.Provide(cb);
     if (dwError != ERROR_SUCCESS) return dwError;
 
-    CEPROPVAL* const pValues = reinterpret_cast<CEPROPVAL*>(*target.ppBuffer);
-    BYTE* pExtra = reinterpret_cast<BYTE*>(pValues + wCount);
-    for (WORD i = 0; i < wCount; ++i) {
-        if (fields[i].propid == 0) {
-            pValues[i].propid = rgPropID[i];
-            pValues[i].wLenData = 0;
-            pValues[i].wFlags = CEDB_PROPNOTFOUND;
-            Store(&pValues[i].val, ULONGLONG{0});
-            continue;
+    CEPROPVAL* pValue = reinterpret_cast<CEPROPVAL*>(*target.ppBuffer);
+    BYTE* pExtra = reinterpret_cast<BYTE*>(pValue + wCount);
+    const CField* pVarying = varying.data();
+    for (const CReadPlan::CStep& step : plan.steps) {
+        pValue->propid = step.propid;
+        pValue->wLenData = 0;
+        pValue->wFlags = step.wFlags;
+        if (step.kind == ESlot::kVarying) {
+            StoreVarying(*pVarying, pValue->val, pExtra);
+            pExtra += ExtraSize(*pVarying++);
+        } else {
+            Store(&pValue->val, view.Number(step.kind, step.cbOffset));
         }
-        ValueFromField(fields[i], pValues[i], pExtra);
-        pExtra += ExtraSize(fields[i]);
+        ++pValue;
     }
     *pcPropID = wCount;
     *target.pcbBuffer = cb;
     oid = handle.Current();
     if (handle.IsAutoIncrement()) handle.Advance(access);
-    return bAny ? ERROR_SUCCESS : ERROR_NO_DATA;
+    return plan.bAny ? ERROR_SUCCESS : ERROR_NO_DATA;
 }
 
 } // namespace

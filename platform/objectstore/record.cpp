@@ -6,18 +6,8 @@ namespace {
 
 DWORD SlotSize(CEPROPID propid)
 {
-    switch (TypeFromPropID(propid)) {
-    case CEVT_BOOL:
-        return 1;
-    case CEVT_I2:
-    case CEVT_UI2:
-        return 2;
-    case CEVT_R8:
-    case CEVT_FILETIME:
-        return 8;
-    default:
-        return 4; // CEVT_I4, CEVT_UI4, the end of a text or blob
-    }
+    static constexpr DWORD kSizes[] = {0, 1, 2, 4, 8, 4};
+    return kSizes[static_cast<int>(KindOfSlot(propid))];
 }
 
 DWORD PackedSize(const CField& field)
@@ -37,22 +27,31 @@ void NarrowText(BYTE* pTo, const BYTE* pFrom, DWORD cch)
 
 } // namespace
 
-bool IsKnownType(CEPROPID propid)
+ESlot KindOfSlot(CEPROPID propid)
 {
     switch (TypeFromPropID(propid)) {
-    case CEVT_I2:
-    case CEVT_I4:
-    case CEVT_R8:
     case CEVT_BOOL:
+        return ESlot::kBool;
+    case CEVT_I2:
     case CEVT_UI2:
+        return ESlot::kWord;
+    case CEVT_I4:
     case CEVT_UI4:
-    case CEVT_LPWSTR:
+        return ESlot::kDword;
+    case CEVT_R8:
     case CEVT_FILETIME:
+        return ESlot::kQword;
+    case CEVT_LPWSTR:
     case CEVT_BLOB:
-        return true;
+        return ESlot::kVarying;
     default:
-        return false;
+        return ESlot::kNone;
     }
+}
+
+bool IsKnownType(CEPROPID propid)
+{
+    return KindOfSlot(propid) != ESlot::kNone;
 }
 
 bool CShape::Layout()
@@ -136,41 +135,11 @@ bool CRecordView::Attach(CBytes value, const CShape& shape)
 bool CRecordView::Get(size_t nSlot, CField& field) const
 {
     const CSlot& slot = (*m_pShape)[nSlot];
-    const BYTE* const p = m_pFixed + slot.cbOffset;
+    const ESlot kind = KindOfSlot(slot.propid);
+    if (kind == ESlot::kVarying) return GetVarying(slot, field);
     field.propid = slot.propid;
     field.form = CField::kNumber;
-    switch (TypeFromPropID(slot.propid)) {
-    case CEVT_BOOL:
-        field.ullBits = static_cast<DWORD>(static_cast<signed char>(*p));
-        return true;
-    case CEVT_I2:
-    case CEVT_UI2:
-        field.ullBits = Load<WORD>(p);
-        return true;
-    case CEVT_I4:
-    case CEVT_UI4:
-        field.ullBits = Load<DWORD>(p);
-        return true;
-    case CEVT_R8:
-    case CEVT_FILETIME:
-        field.ullBits = Load<ULONGLONG>(p);
-        return true;
-    }
-    const DWORD dwEnd = Load<DWORD>(p), cbEnd = dwEnd & ~kWideText;
-    const DWORD cbStart = slot.cbPrevious == kNoSlot ? 0 : Load<DWORD>(m_pFixed + slot.cbPrevious) & ~kWideText;
-    if (cbStart > cbEnd || cbEnd > m_cbPacked) return false;
-    field.p = m_pPacked + cbStart;
-    field.cch = cbEnd - cbStart;
-    if (TypeFromPropID(slot.propid) == CEVT_BLOB) {
-        field.form = CField::kBlob;
-        return !(dwEnd & kWideText);
-    }
-    field.form = CField::kNarrow;
-    if (dwEnd & kWideText) {
-        if (field.cch % 2 != 0) return false;
-        field.form = CField::kWide;
-        field.cch /= 2;
-    }
+    field.ullBits = Number(kind, slot.cbOffset);
     return true;
 }
 

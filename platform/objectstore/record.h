@@ -20,6 +20,18 @@ constexpr WORD kInlineShape = 0xFFFF;   // the property list stands in the recor
 constexpr DWORD kWideText = 0x80000000; // bit of a text's slot: two bytes a character, else one
 constexpr DWORD kNoSlot = 0xFFFFFFFF;
 
+// How a slot holds its value. kNone: there is no slot.
+enum class ESlot : BYTE
+{
+    kNone,
+    kBool, // one byte, with its sign
+    kWord,
+    kDword,
+    kQword,
+    kVarying // the end of a text or blob
+};
+ESlot KindOfSlot(CEPROPID propid);
+
 struct CSlot
 {
     CEPROPID propid;
@@ -69,6 +81,9 @@ public:
 
     // The value in a slot of the shape.
     bool Get(size_t nSlot, CField& field) const;
+    // The same for slots of which it is known what they hold.
+    bool GetVarying(const CSlot& slot, CField& field) const;
+    ULONGLONG Number(ESlot kind, DWORD cbOffset) const;
     // The value of a property; field.propid is 0 when the record lacks it.
     bool Find(CEPROPID propid, CField& field) const;
 
@@ -78,6 +93,44 @@ private:
     const BYTE* m_pPacked = nullptr;
     DWORD m_cbPacked = 0;
 };
+
+inline ULONGLONG CRecordView::Number(ESlot kind, DWORD cbOffset) const
+{
+    const BYTE* const p = m_pFixed + cbOffset;
+    switch (kind) {
+    case ESlot::kBool:
+        return static_cast<DWORD>(static_cast<signed char>(*p));
+    case ESlot::kWord:
+        return Load<WORD>(p);
+    case ESlot::kDword:
+        return Load<DWORD>(p);
+    case ESlot::kQword:
+        return Load<ULONGLONG>(p);
+    default:
+        return 0;
+    }
+}
+
+inline bool CRecordView::GetVarying(const CSlot& slot, CField& field) const
+{
+    const DWORD dwEnd = Load<DWORD>(m_pFixed + slot.cbOffset), cbEnd = dwEnd & ~kWideText;
+    const DWORD cbStart = slot.cbPrevious == kNoSlot ? 0 : Load<DWORD>(m_pFixed + slot.cbPrevious) & ~kWideText;
+    if (cbStart > cbEnd || cbEnd > m_cbPacked) return false;
+    field.propid = slot.propid;
+    field.p = m_pPacked + cbStart;
+    field.cch = cbEnd - cbStart;
+    if (TypeFromPropID(slot.propid) == CEVT_BLOB) {
+        field.form = CField::kBlob;
+        return !(dwEnd & kWideText);
+    }
+    field.form = CField::kNarrow;
+    if (dwEnd & kWideText) {
+        if (field.cch % 2 != 0) return false;
+        field.form = CField::kWide;
+        field.cch /= 2;
+    }
+    return true;
+}
 
 // Bytes that a record of these fields takes, and the bytes themselves. The fields are those of the shape, in its order.
 size_t RecordSize(const CField* pFields, const CShape& shape);

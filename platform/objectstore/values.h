@@ -54,26 +54,17 @@ inline DWORD ExtraSize(const CField& field)
     return ((field.form == CField::kBlob ? field.cch : (field.cch + 1) * sizeof(wchar_t)) + 3) & ~3u;
 }
 
-// Writes the value, and its text or blob at pExtra, which has ExtraSize bytes.
-inline void ValueFromField(const CField& field, CEPROPVAL& value, BYTE* pExtra)
+// Writes a text or blob at pExtra, which has ExtraSize bytes, and the value that points there.
+inline void StoreVarying(const CField& field, CEVALUNION& value, BYTE* pExtra)
 {
-    value.propid = field.propid;
-    value.wLenData = 0;
-    value.wFlags = 0;
-    switch (field.form) {
-    case CField::kNumber:
-        Store(&value.val, field.ullBits);
-        break;
-    case CField::kBlob:
-        value.val.blob.dwCount = field.cch;
-        value.val.blob.lpb = pExtra;
+    if (field.form == CField::kBlob) {
+        value.blob.dwCount = field.cch;
+        value.blob.lpb = pExtra;
         CopyBytes(pExtra, field.p, field.cch);
-        break;
-    default:
-        Store(&value.val, ULONGLONG{0});
-        value.val.lpwstr = reinterpret_cast<LPWSTR>(pExtra);
-        ExpandText(value.val.lpwstr, field);
-        break;
+    } else {
+        Store(&value, ULONGLONG{0});
+        value.lpwstr = reinterpret_cast<LPWSTR>(pExtra);
+        ExpandText(value.lpwstr, field);
     }
 }
 
