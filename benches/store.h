@@ -88,9 +88,13 @@ public:
     virtual void Open(const wchar_t* path, uint32_t tables) = 0;
     virtual void Close() = 0;
     virtual uint64_t FileSize(const wchar_t* path) = 0; // of a closed one
+    // Gives the free space of a closed file back. False: it has no means for that.
+    virtual bool Compact(const wchar_t* path) = 0;
 
     // Stores records in one transaction; their numbers are appended.
     virtual void Import(const Record* records, uint32_t count, std::vector<uint32_t>& numbers) = 0;
+    // Deletes records in one transaction.
+    virtual void DeleteAll(const std::vector<uint32_t>& numbers) = 0;
     // Each a transaction of its own. Insert returns the record's number.
     virtual uint32_t Insert(const Record& record) = 0;
     virtual void Update(uint32_t number, double measure) = 0;

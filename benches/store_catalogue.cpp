@@ -113,6 +113,11 @@ void MakeVolume(const wchar_t* path, uint32_t tables)
     Must(::CeUnmountDBVol(&volume), "cannot unmount a volume");
 }
 
+void CompactVolume(const wchar_t* path)
+{
+    Must(::CeCompactDBVol(path, nullptr, 0), "cannot compact a volume");
+}
+
 uint64_t SizeOf(const wchar_t* path)
 {
     WIN32_FILE_ATTRIBUTE_DATA data;

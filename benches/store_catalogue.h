@@ -24,6 +24,7 @@ void Must(bool succeeded, const char* what);
 void MakeVolume(const wchar_t* path, uint32_t tables);
 // Of a volume file that nobody has open.
 uint64_t SizeOf(const wchar_t* path);
+void CompactVolume(const wchar_t* path);
 
 } // namespace stores
 

@@ -55,11 +55,23 @@ public:
         Must(::CeUnmountDBVol(&m_volume), "cannot unmount a volume");
     }
     uint64_t FileSize(const wchar_t* path) override { return SizeOf(path); }
+    bool Compact(const wchar_t* path) override
+    {
+        CompactVolume(path);
+        return true;
+    }
 
     void Import(const Record* records, uint32_t count, std::vector<uint32_t>& numbers) override
     {
         Must(::CeBeginBatch(&m_volume), "cannot begin a batch");
         for (uint32_t i = 0; i < count; ++i) numbers.push_back(Insert(records[i]));
+        Must(::CeCommitBatch(&m_volume), "cannot commit a batch");
+    }
+
+    void DeleteAll(const std::vector<uint32_t>& numbers) override
+    {
+        Must(::CeBeginBatch(&m_volume), "cannot begin a batch");
+        for (const uint32_t number : numbers) Delete(number);
         Must(::CeCommitBatch(&m_volume), "cannot commit a batch");
     }
 

@@ -36,11 +36,23 @@ public:
         m_connection.reset();
     }
     uint64_t FileSize(const wchar_t* path) override { return SizeOf(path); }
+    bool Compact(const wchar_t* path) override
+    {
+        CompactVolume(path);
+        return true;
+    }
 
     void Import(const Record* records, uint32_t count, std::vector<uint32_t>& numbers) override
     {
         Must(::CeBeginBatch(m_connection->GetVolGUID()), "cannot begin a batch");
         for (uint32_t i = 0; i < count; ++i) numbers.push_back(Insert(records[i]));
+        Must(::CeCommitBatch(m_connection->GetVolGUID()), "cannot commit a batch");
+    }
+
+    void DeleteAll(const std::vector<uint32_t>& numbers) override
+    {
+        Must(::CeBeginBatch(m_connection->GetVolGUID()), "cannot begin a batch");
+        for (const uint32_t number : numbers) Delete(number);
         Must(::CeCommitBatch(m_connection->GetVolGUID()), "cannot commit a batch");
     }
 

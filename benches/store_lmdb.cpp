@@ -88,6 +88,7 @@ public:
     }
     // Its file is as large as its map; this is the part in use.
     uint64_t FileSize(const wchar_t*) override { return m_nSize; }
+    bool Compact(const wchar_t*) override { return false; } // but for a copy
 
     void Import(const Record* records, uint32_t count, std::vector<uint32_t>& numbers) override
     {
@@ -117,16 +118,13 @@ public:
     void Delete(uint32_t number) override
     {
         Begin();
-        MDB_val key = ValueOf(number), value = {};
-        Check(::mdb_get(m_write, m_records, &key, &value), "no such record");
-        unsigned char copy[512];
-        std::memcpy(copy, value.mv_data, value.mv_size);
-        const Packed& packed = *reinterpret_cast<const Packed*>(copy);
-        const uint32_t id = IdKey(packed.id);
-        MDB_val idKey = ValueOf(id), nameKey = {packed.nameUnits * sizeof(wchar_t), copy + sizeof packed};
-        Check(::mdb_del(m_write, m_ids, &idKey, &key), "cannot delete an id");
-        Check(::mdb_del(m_write, m_names, &nameKey, &key), "cannot delete a name");
-        Check(::mdb_del(m_write, m_records, &key, nullptr), "cannot delete a record");
+        Remove(number);
+        Commit();
+    }
+    void DeleteAll(const std::vector<uint32_t>& numbers) override
+    {
+        Begin();
+        for (const uint32_t number : numbers) Remove(number);
         Commit();
     }
 
@@ -180,6 +178,20 @@ private:
         Check(::mdb_put(m_write, m_names, &nameKey, &data, 0), "cannot insert a name");
         Check(::mdb_put(m_write, m_ids, &idKey, &data, 0), "cannot insert an id");
         return number;
+    }
+
+    void Remove(uint32_t number)
+    {
+        MDB_val key = ValueOf(number), value = {};
+        Check(::mdb_get(m_write, m_records, &key, &value), "no such record");
+        unsigned char copy[512];
+        std::memcpy(copy, value.mv_data, value.mv_size);
+        const Packed& packed = *reinterpret_cast<const Packed*>(copy);
+        const uint32_t id = IdKey(packed.id);
+        MDB_val idKey = ValueOf(id), nameKey = {packed.nameUnits * sizeof(wchar_t), copy + sizeof packed};
+        Check(::mdb_del(m_write, m_ids, &idKey, &key), "cannot delete an id");
+        Check(::mdb_del(m_write, m_names, &nameKey, &key), "cannot delete a name");
+        Check(::mdb_del(m_write, m_records, &key, nullptr), "cannot delete a record");
     }
 
     void TakeRecord(MDB_val number, Digest& digest)

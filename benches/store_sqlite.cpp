@@ -58,6 +58,14 @@ public:
         Check(::sqlite3_close(m_db) == SQLITE_OK);
         m_db = nullptr;
     }
+    bool Compact(const wchar_t* path) override
+    {
+        OpenFile(path);
+        Execute(kSettings);
+        Execute("VACUUM");
+        Close();
+        return true;
+    }
     uint64_t FileSize(const wchar_t* path) override
     {
         WIN32_FILE_ATTRIBUTE_DATA data;
@@ -69,6 +77,12 @@ public:
     {
         Execute("BEGIN");
         for (uint32_t i = 0; i < count; ++i) numbers.push_back(Insert(records[i]));
+        Execute("COMMIT");
+    }
+    void DeleteAll(const std::vector<uint32_t>& numbers) override
+    {
+        Execute("BEGIN");
+        for (const uint32_t number : numbers) Delete(number);
         Execute("COMMIT");
     }
     uint32_t Insert(const Record& record) override
