@@ -83,18 +83,14 @@ DWORD CVolumeState::PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, boo
     return ERROR_SUCCESS;
 }
 
-DWORD CVolumeState::OpenEnvironment()
+DWORD CVolumeState::OpenEnvironment(HANDLE file)
 {
     pages.use = static_cast<uint8_t*>(std::calloc(KV_MAX_PAGES, 1)); // large: comes untouched from the system
     if (!pages.use) return ERROR_NOT_ENOUGH_MEMORY;
     pages.free_in_flushed = shared->rgFreeInFlushed;
     pages.pin = 1;
     LARGE_INTEGER cbFile;
-    {
-        CScopedFile file(::CreateFileW(strPath.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                       nullptr, OPEN_EXISTING, 0, nullptr));
-        if (file == INVALID_HANDLE_VALUE || !::GetFileSizeEx(file, &cbFile)) return ::GetLastError();
-    }
+    if (!::GetFileSizeEx(file, &cbFile)) return ::GetLastError();
     int rc = mdb_env_create(&pEnv);
     if (rc == MDB_SUCCESS) rc = mdb_env_set_userctx(pEnv, &pages);
     if (rc == MDB_SUCCESS) rc = mdb_env_set_mapsize(pEnv, cbFile.LowPart / kPageBytes * kPageBytes);
@@ -161,7 +157,7 @@ DWORD CVolumeState::Open(HANDLE file, DWORD dwDisposition, bool bCreated)
     if (dwError == ERROR_SUCCESS && !bOthers) shared.Reset(header);
     if (dwError == ERROR_SUCCESS) dwError = shared.Enter();
     if (dwError == ERROR_SUCCESS) {
-        dwError = OpenEnvironment();
+        dwError = OpenEnvironment(file);
         if (dwError == ERROR_SUCCESS && !bOthers && !shared->bNeedsRecovery) {
             shared.Lock();
             dwError = AdoptFlushed();

@@ -74,8 +74,9 @@ CMounts::CMounted* CMounts::FindOpen(const COpenVolume* pVolume)
 
 DWORD CMounts::OpenFile(const wchar_t* pszPath, DWORD dwDisposition, bool& bExisted, CMounted*& pMounted)
 {
+    // Asking for a file's identity costs more than opening it: it is not done when there is nothing to compare it with.
     CFileIdentity identity;
-    pMounted = IdentityOf(pszPath, identity) ? FindOpen(identity) : nullptr;
+    pMounted = !m_open.empty() && IdentityOf(pszPath, identity) ? FindOpen(identity) : nullptr;
     if (pMounted) {
         bExisted = true;
         switch (dwDisposition) {

@@ -64,7 +64,7 @@ struct CVolumeState
 
     ~CVolumeState();
     DWORD Open(HANDLE file, DWORD dwDisposition, bool bCreated);
-    DWORD OpenEnvironment();
+    DWORD OpenEnvironment(HANDLE file);
     DWORD PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, bool bOthers, CVolumeHeader& header);
     DWORD AdoptFlushed();
     void SeeCommitted();
