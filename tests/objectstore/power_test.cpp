@@ -17,7 +17,12 @@ namespace {
 
 constexpr CEPROPID kNumber = Prop(1, CEVT_I4);
 constexpr CEPROPID kName = Prop(2, CEVT_LPWSTR);
-constexpr int kImages = 300;
+
+// How many images a test makes of a situation.
+int Images(int nShort)
+{
+    return IsLongRun() ? 7 * nShort : nShort;
+}
 
 class PowerTest : public VolumeTest
 {
@@ -126,7 +131,7 @@ TEST_F(PowerTest, AnyMixtureOfPagesOpensAtTheFlushOrLater)
         ASSERT_NO_FATAL_FAILURE(Work(60));
         const CImage later = ReadWholeFile(m_strPath);
         ASSERT_NE(flushed, later);
-        for (int i = 0; i < kImages / 10; ++i) {
+        for (int i = 0; i < Images(30); ++i) {
             SCOPED_TRACE("round " + std::to_string(nRound) + " image " + std::to_string(i));
             ASSERT_NO_FATAL_FAILURE(ExpectGood(Mix({&flushed, &between, &later}, later)));
         }
@@ -142,7 +147,7 @@ TEST_F(PowerTest, ACutInTheMiddleOfAFlushOpensAtTheFlushBefore)
     const CImage before = ReadWholeFile(m_strPath);
     const CImage after = FlushAndCopy();
     m_states = states;
-    for (int i = 0; i < 30; ++i) {
+    for (int i = 0; i < Images(30); ++i) {
         SCOPED_TRACE(i);
         ASSERT_NO_FATAL_FAILURE(
             ExpectGood(Mix({&flushed, &before, &after}, before))); // the new header was still to come
@@ -176,7 +181,7 @@ TEST_F(PowerTest, ABatchThatWasNotFlushedIsThereWholeOrNotAtAll)
     EXPECT_WORKS(::CeCommitBatch(&m_guid));
     m_states.insert(State(m_guid));
     const CImage committed = ReadWholeFile(m_strPath);
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < Images(20); ++i) {
         SCOPED_TRACE(i);
         ASSERT_NO_FATAL_FAILURE(ExpectGood(Mix({&flushed, &open, &committed}, committed)));
     }
@@ -199,7 +204,7 @@ TEST_F(PowerTest, AKilledWriterAndThenAPowerCutLeaveTheFlushOrLater)
     agent.Kill();
     ASSERT_NO_FATAL_FAILURE(Work(30)); // this process takes over what the dead one held
     const CImage later = ReadWholeFile(m_strPath);
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < Images(20); ++i) {
         SCOPED_TRACE(i);
         ASSERT_NO_FATAL_FAILURE(ExpectGood(Mix({&flushed, &killed, &later}, later)));
     }
