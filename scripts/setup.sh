@@ -75,6 +75,8 @@ switch_on_source_packages() {
             echo
         fi
     done >build/korvanelib-src.sources
+    # One archive in both forms, with a key in one of them only, is refused as a contradiction.
+    [[ ! -s build/korvanelib-src.sources ]] || : >build/korvanelib-src.list
     [[ ! -s build/korvanelib-src.list ]] || as_root install -m 644 build/korvanelib-src.list /etc/apt/sources.list.d/
     [[ ! -s build/korvanelib-src.sources ]] || as_root install -m 644 build/korvanelib-src.sources /etc/apt/sources.list.d/
     update_indexes
