@@ -7,6 +7,9 @@ cd "$(dirname "$0")/.."
 time_limit=600 # seconds for one program: a test that hangs is a failed one
 [[ -z ${KORVANE_LONG:-} ]] || time_limit=3600
 
+# What runs under the memory checker in the short form too: what costs little and handles other people's bytes.
+guarded=(base registry korvanedb)
+
 # use_small_disk NAME: two megabytes for the tests that fill a disk, where this user may mount one. Elsewhere those tests
 # do with the failures that they put in themselves.
 use_small_disk() {
@@ -19,11 +22,14 @@ use_small_disk() {
 }
 
 # run_build BUILD PREFIX [NAME...]: the programs of one build, one after the other, with a Wine prefix and a display of
-# their own. A line for each; the sums go to build/BUILD/tests.sum.
+# their own. A line for each; the sums go to build/BUILD/tests.sum. With KORVANE_GUARD or KORVANE_HEAP_CHECKS in the
+# environment logs and sums have that in their names.
 run_build() {
     local build=$1 prefix=$2 passed=0 failed=0 program name log started status ok bad ended
+    local how=${KORVANE_GUARD:+-$KORVANE_GUARD}${KORVANE_HEAP_CHECKS:+-heap}
     shift 2
     use_wine "$prefix"
+    [[ -z ${KORVANE_HEAP_CHECKS:-} ]] || export WINEDEBUG=warn+heap
     unset DISPLAY
     use_display
     keep_wine_server
@@ -32,7 +38,7 @@ run_build() {
     for program in build/"$build"/bin/test_*.exe; do
         name=$(basename "$program" .exe) name=${name#test_}
         [[ $# == 0 || " $* " == *" $name "* ]] || continue
-        log=build/$build/test_$name.log
+        log=build/$build/test_$name$how.log
         started=$SECONDS
         timeout --kill-after=10 "$time_limit" wine "$program" >"$log" 2>&1 </dev/null
         status=$?
@@ -45,19 +51,22 @@ run_build() {
             ended="did not come to its end (exit code $status)"
         fi
         passed=$((passed + ok)) failed=$((failed + bad))
-        printf '%-20s %-12s %5d passed, %d failed, %d s %s\n' "$build" "$name" "$ok" "$bad" $((SECONDS - started)) "$ended"
+        if [[ ${KORVANE_HEAP_CHECKS:-} ]] && grep -qE 'heap.*(not a valid|corrupt|invalid|overwritten)' "$log"; then
+            bad=$((bad + 1)) failed=$((failed + 1)) ended='the system found its heap damaged'
+        fi
+        printf '%-20s %-12s %5d passed, %d failed, %d s %s\n' "$build$how" "$name" "$ok" "$bad" $((SECONDS - started)) "$ended"
         if ((bad)); then
             grep -E '^\[  FAILED  \]|Failure$' "$log" | sort -u | head -n 40
             tail -n 15 "$log"
         fi
     done
     # Package and documentation are those of the plain build.
-    if [[ $build == mingw32 ]]; then
+    if [[ $build$how == mingw32 ]]; then
         run_script package tests/package/run.sh "$@"
         run_script commands tests/docs/commands.sh "$@"
     fi
     rm -rf "$WINEPREFIX/drive_c/korvane-test-objectstore"
-    echo "$passed $failed" >"build/$build/tests.sum"
+    echo "$passed $failed" >"build/$build/tests$how.sum"
 }
 
 # run_script NAME SCRIPT [NAME...]: tests that are a script, with the sums of run_build.
@@ -72,15 +81,48 @@ run_script() {
     ((bad == 0)) || cat "$log"
 }
 
-rm -f build/*/tests.sum
+# run_guarded PLACE [NAME...]: programs under the memory checker. In the short form those of the short list, of which the
+# named ones if any are.
+run_guarded() {
+    local place=$1 name names=()
+    shift
+    for name in "${guarded[@]}"; do
+        [[ $# != 0 && " $* " != *" $name "* ]] || names+=("$name")
+    done
+    if [[ ${KORVANE_GUARD_ALL:-} ]]; then
+        names=("$@")
+    elif [[ ${#names[@]} == 0 ]]; then
+        return 0
+    fi
+    KORVANE_GUARD=$place run_build mingw32-diagnostic wine-diagnostic "${names[@]}"
+}
+
+rm -f build/*/tests*.sum
 (run_build mingw32 wine "$@") &
-(run_build mingw32-diagnostic wine-diagnostic "$@") &
+(
+    run_build mingw32-diagnostic wine-diagnostic "$@"
+    KORVANE_GUARD_ALL=${KORVANE_CHECKED:-} run_guarded behind "$@"
+) &
 wait
+runs=(mingw32/tests mingw32-diagnostic/tests)
+[[ ! -f build/mingw32-diagnostic/tests-behind.sum ]] || runs+=(mingw32-diagnostic/tests-behind)
+if [[ ${KORVANE_CHECKED:-} ]]; then
+    (
+        run_build mingw32-undefined wine "$@"
+        run_build mingw32-checked wine "$@"
+    ) &
+    (
+        KORVANE_GUARD_ALL=1 run_guarded before "$@"
+        KORVANE_HEAP_CHECKS=1 run_build mingw32-diagnostic wine-diagnostic "$@"
+    ) &
+    wait
+    runs+=(mingw32-diagnostic/tests-before mingw32-diagnostic/tests-heap mingw32-undefined/tests mingw32-checked/tests)
+fi
 
 passed=0 failed=0
-for build in mingw32 mingw32-diagnostic; do
+for run in "${runs[@]}"; do
     # A run that was broken off has left no sums, and counts as a failure.
-    read -r ok bad <"build/$build/tests.sum" 2>/dev/null || { ok=0 bad=1; }
+    read -r ok bad <"build/$run.sum" 2>/dev/null || { ok=0 bad=1; }
     passed=$((passed + ok)) failed=$((failed + bad))
 done
 printf '%d passed, %d failed\n' "$passed" "$failed"

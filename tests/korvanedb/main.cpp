@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
+#include <windbase.h>
 
 #include <cstdio>
 
@@ -44,5 +45,8 @@ int wmain(int argc, wchar_t** argv)
         return RunSelf();
     }
     ::testing::InitGoogleTest(&argc, argv);
+    // What stays until the end is no leak of the test that happens to use it first.
+    CEGUID objectStore = {};
+    ::CloseHandle(::CeFindFirstDatabaseEx(&objectStore, 0));
     return RUN_ALL_TESTS();
 }

@@ -37,8 +37,11 @@ protected:
         Stored stored;
         DWORD cb = 0;
         if (::RegQueryValueExW(m_hKey, name, nullptr, nullptr, nullptr, &cb) != ERROR_SUCCESS) return stored;
-        stored.bytes.resize(cb);
-        ::RegQueryValueExW(m_hKey, name, nullptr, &stored.dwType, stored.bytes.data(), &cb);
+        // Of text without a terminator the system adds one behind it, even where there is room for half of it only, and
+        // of text of one byte it looks at the byte before.
+        std::vector<BYTE> room(sizeof(wchar_t) + cb + sizeof(wchar_t));
+        ::RegQueryValueExW(m_hKey, name, nullptr, &stored.dwType, room.data() + sizeof(wchar_t), &cb);
+        stored.bytes.assign(room.begin() + sizeof(wchar_t), room.begin() + sizeof(wchar_t) + cb);
         return stored;
     }
     static Stored Text(const wchar_t* text)
@@ -51,12 +54,14 @@ protected:
         const BYTE* const p = reinterpret_cast<const BYTE*>(&dwValue);
         return {dwType, std::vector<BYTE>(p, p + sizeof(dwValue))};
     }
-    // Writes bytes as they are. A non-zero unit behind them keeps the system from adding a terminator to a string.
+    // Writes bytes as they are. A non-zero unit behind them keeps the system from adding a terminator to a string, and of
+    // a string of one byte it looks at the unit before.
     void Write(const wchar_t* name, DWORD dwType, std::vector<BYTE> bytes)
     {
         const DWORD cb = bytes.size();
-        bytes.resize(cb + 4, 0xFF);
-        ASSERT_EQ(ERROR_SUCCESS, ::RegSetValueExW(m_hKey, name, 0, dwType, bytes.data(), cb));
+        bytes.insert(bytes.begin(), 4, 0xFF);
+        bytes.resize(4 + cb + 4, 0xFF);
+        ASSERT_EQ(ERROR_SUCCESS, ::RegSetValueExW(m_hKey, name, 0, dwType, bytes.data() + 4, cb));
         ASSERT_EQ(cb, Read(name).bytes.size());
     }
     bool HasSubKey(const wchar_t* name) const

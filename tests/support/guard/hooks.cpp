@@ -1,0 +1,306 @@
+// What the checked modules call in place of the allocators.
+//
+// The memory that malloc and new give comes from HeapAlloc, which the C run-time libraries import. Their own hooks only
+// note who called: the words of the stack between that call and the one of HeapAlloc would not tell for certain.
+#include "blocks.h"
+
+#include <cstring>
+#include <cwchar>
+#include <new>
+
+namespace guard {
+
+CSystemHeap g_system = {};
+
+namespace {
+
+template <class Function> void Import(Function& function, const wchar_t* pszModule, const char* pszName)
+{
+    const HMODULE hModule = ::LoadLibraryW(pszModule);
+    function = reinterpret_cast<Function>(reinterpret_cast<INT_PTR>(::GetProcAddress(hModule, pszName)));
+}
+
+HANDLE g_hProcessHeap = nullptr;
+HANDLE g_hRuntimeHeap = nullptr; // of msvcrt, another one
+FailFunction g_fail = nullptr;
+
+bool IsChecked(HANDLE hHeap)
+{
+    return (hHeap == g_hProcessHeap || hHeap == g_hRuntimeHeap) && !IsFaulting();
+}
+
+// Who called malloc, new or their like in this thread: the outermost of such calls. Not a thread_local, which would
+// allocate.
+DWORD g_dwCallerSlot = TLS_OUT_OF_INDEXES;
+
+class CCaller
+{
+public:
+    explicit CCaller(const void* pv) : m_dwError(::GetLastError())
+    {
+        m_bOuter = !::TlsGetValue(g_dwCallerSlot);
+        if (m_bOuter) ::TlsSetValue(g_dwCallerSlot, const_cast<void*>(pv));
+        ::SetLastError(m_dwError);
+    }
+    ~CCaller()
+    {
+        if (m_bOuter) ::TlsSetValue(g_dwCallerSlot, nullptr);
+    }
+    CCaller(const CCaller&) = delete;
+    CCaller& operator=(const CCaller&) = delete;
+
+private:
+    DWORD m_dwError;
+    bool m_bOuter;
+};
+
+struct CRuntime
+{
+    void*(__cdecl* malloc)(size_t);
+    void*(__cdecl* calloc)(size_t, size_t);
+    void*(__cdecl* realloc)(void*, size_t);
+    void*(__cdecl* newObject)(size_t);
+    void*(__cdecl* newArray)(size_t);
+    void*(__cdecl* tryNewObject)(size_t, const std::nothrow_t&);
+    void*(__cdecl* tryNewArray)(size_t, const std::nothrow_t&);
+} g_runtime = {};
+
+void* __cdecl HookMalloc(size_t cb)
+{
+    const CCaller caller(__builtin_return_address(0));
+    return g_runtime.malloc(cb);
+}
+
+void* __cdecl HookCalloc(size_t n, size_t cb)
+{
+    const CCaller caller(__builtin_return_address(0));
+    return g_runtime.calloc(n, cb);
+}
+
+void* __cdecl HookRealloc(void* p, size_t cb)
+{
+    const CCaller caller(__builtin_return_address(0));
+    return g_runtime.realloc(p, cb);
+}
+
+void* __cdecl HookNewObject(size_t cb)
+{
+    const CCaller caller(__builtin_return_address(0));
+    return g_runtime.newObject(cb);
+}
+
+void* __cdecl HookNewArray(size_t cb)
+{
+    const CCaller caller(__builtin_return_address(0));
+    return g_runtime.newArray(cb);
+}
+
+void* __cdecl HookTryNewObject(size_t cb, const std::nothrow_t& no)
+{
+    const CCaller caller(__builtin_return_address(0));
+    return g_runtime.tryNewObject(cb, no);
+}
+
+void* __cdecl HookTryNewArray(size_t cb, const std::nothrow_t& no)
+{
+    const CCaller caller(__builtin_return_address(0));
+    return g_runtime.tryNewArray(cb, no);
+}
+
+// Code of ours and of the program may put a structure as close to a block's end as its size allows, so that an overrun
+// by one character is seen. The system's expects its heaps' eight bytes.
+SIZE_T Alignment(const CModule* pOwner, SIZE_T cb)
+{
+    if (!pOwner || (cb & 7) == 0) return 8;
+    return cb & (~cb + 1);
+}
+
+// True when the allocation is to fail: one that a module of ours asked for.
+bool ToFail(const CModule* pOwner)
+{
+    const FailFunction fail = g_fail;
+    return fail && pOwner && pOwner->kind == EKind::kOurs && fail();
+}
+
+// The module that wants the memory: of whoever called malloc or its like, or HeapAlloc itself. NULL when the system or a
+// run-time library does for itself.
+const CModule* Owner(const void* pvCaller)
+{
+    const void* const pvNoted = ::TlsGetValue(g_dwCallerSlot);
+    const CModule* pModule = FindModule(pvNoted ? pvNoted : pvCaller);
+    return pModule && (pModule->kind == EKind::kOurs || pModule->kind == EKind::kProgram) ? pModule : nullptr;
+}
+
+void* New(HANDLE hHeap, DWORD dwFlags, SIZE_T cb, const void* pFrame)
+{
+    const DWORD dwError = ::GetLastError();
+    CStack stack;
+    Capture(stack, pFrame);
+    const CModule* pOwner = Owner(*static_cast<const void* const*>(pFrame));
+    const bool bOurs = pOwner && pOwner->kind == EKind::kOurs;
+    void* p = nullptr;
+    if (!ToFail(pOwner)) p = Allocate(hHeap, cb, Alignment(pOwner, cb), dwFlags & HEAP_ZERO_MEMORY, bOurs, stack);
+    ::SetLastError(p ? dwError : ERROR_NOT_ENOUGH_MEMORY);
+    return p;
+}
+
+LPVOID WINAPI HookHeapAlloc(HANDLE hHeap, DWORD dwFlags, SIZE_T cb)
+{
+    if (!IsChecked(hHeap)) return g_system.alloc(hHeap, dwFlags, cb);
+    return New(hHeap, dwFlags, cb, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+BOOL WINAPI HookHeapFree(HANDLE hHeap, DWORD dwFlags, LPVOID p)
+{
+    if (!p || (IsFaulting() && BlockOfAddress(p))) return TRUE;
+    const DWORD dwError = ::GetLastError();
+    CStack stack;
+    Capture(stack, static_cast<void**>(__builtin_frame_address(0)) + 1);
+    CBlock* pBlock = IsFaulting() ? nullptr : Find(p, "HeapFree", stack);
+    if (!pBlock) return g_system.free(hHeap, dwFlags, p);
+    if (pBlock->hHeap != hHeap) {
+        // As the system has it.
+        ::SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    Free(*pBlock, stack);
+    ::SetLastError(dwError);
+    return TRUE;
+}
+
+SIZE_T WINAPI HookHeapSize(HANDLE hHeap, DWORD dwFlags, LPCVOID p)
+{
+    CStack stack;
+    Capture(stack, static_cast<void**>(__builtin_frame_address(0)) + 1);
+    const CBlock* pBlock = IsFaulting() ? BlockOfAddress(p) : Find(const_cast<void*>(p), "HeapSize", stack);
+    if (!pBlock) return g_system.size(hHeap, dwFlags, p);
+    if (pBlock->hHeap == hHeap) return pBlock->cb;
+    ::SetLastError(ERROR_INVALID_PARAMETER);
+    return static_cast<SIZE_T>(-1);
+}
+
+LPVOID WINAPI HookHeapReAlloc(HANDLE hHeap, DWORD dwFlags, LPVOID p, SIZE_T cb)
+{
+    CStack stack;
+    const void* const pFrame = static_cast<void**>(__builtin_frame_address(0)) + 1;
+    Capture(stack, pFrame);
+    if (IsFaulting() && BlockOfAddress(p)) {
+        void* const pNew = g_system.alloc(hHeap, dwFlags, cb);
+        if (pNew) std::memcpy(pNew, p, cb < BlockOfAddress(p)->cb ? cb : BlockOfAddress(p)->cb);
+        return pNew;
+    }
+    CBlock* pBlock = p && !IsFaulting() ? Find(p, "HeapReAlloc", stack) : nullptr;
+    if (!pBlock) return g_system.reAlloc(hHeap, dwFlags, p, cb);
+    if (pBlock->hHeap != hHeap) {
+        ::SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    if (dwFlags & HEAP_REALLOC_IN_PLACE_ONLY) {
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    // Always another place: who keeps the old address is found out.
+    void* const pNew = New(hHeap, dwFlags, cb, pFrame);
+    if (!pNew) return nullptr;
+    const DWORD dwError = ::GetLastError();
+    std::memcpy(pNew, p, cb < pBlock->cb ? cb : pBlock->cb);
+    Free(*pBlock, stack);
+    ::SetLastError(dwError);
+    return pNew;
+}
+
+BOOL WINAPI HookHeapValidate(HANDLE hHeap, DWORD dwFlags, LPCVOID p)
+{
+    const CBlock* pBlock = BlockOfAddress(p);
+    if (!pBlock) return g_system.validate(hHeap, dwFlags, p);
+    return pBlock->p == p && pBlock->state == CBlock::kLive && pBlock->hHeap == hHeap;
+}
+
+// Automation strings are rounded up to 16 bytes by the system, which would hide an overrun: for our modules and the
+// program they are made here, to the byte. The system frees them, by way of the hooked CoTaskMemFree.
+BSTR NewString(const void* pvText, UINT cb, const void* pFrame)
+{
+    constexpr UINT kMost = 0x7FFFFFF0;
+    auto* const pLength =
+        cb < kMost ? static_cast<UINT*>(New(g_hProcessHeap, 0, sizeof(UINT) + cb + sizeof(OLECHAR), pFrame)) : nullptr;
+    if (!pLength) return nullptr;
+    *pLength = cb;
+    auto* const pText = reinterpret_cast<BYTE*>(pLength + 1);
+    if (pvText) std::memcpy(pText, pvText, cb);
+    std::memset(pText + cb, 0, sizeof(OLECHAR));
+    return reinterpret_cast<BSTR>(pText);
+}
+
+BSTR WINAPI HookSysAllocString(const OLECHAR* psz)
+{
+    if (!psz) return nullptr;
+    return NewString(psz, std::wcslen(psz) * sizeof(OLECHAR), static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+BSTR WINAPI HookSysAllocStringLen(const OLECHAR* pwch, UINT cch)
+{
+    if (cch > 0x3FFFFFF0) return nullptr;
+    return NewString(pwch, cch * sizeof(OLECHAR), static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+BSTR WINAPI HookSysAllocStringByteLen(LPCSTR pch, UINT cb)
+{
+    return NewString(pch, cb, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+} // namespace
+
+void SetFail(FailFunction fail)
+{
+    g_fail = fail;
+}
+
+void TurnOn(EPlace place)
+{
+    if (place == EPlace::kOff || Place() != EPlace::kOff) return;
+    const wchar_t kKernel[] = L"kernel32.dll";
+    Import(g_system.alloc, kKernel, "HeapAlloc");
+    Import(g_system.reAlloc, kKernel, "HeapReAlloc");
+    Import(g_system.free, kKernel, "HeapFree");
+    Import(g_system.size, kKernel, "HeapSize");
+    Import(g_system.validate, kKernel, "HeapValidate");
+    g_hProcessHeap = ::GetProcessHeap();
+    INT_PTR(__cdecl * getHeap)() = nullptr;
+    Import(getHeap, L"msvcrt.dll", "_get_heap_handle");
+    g_hRuntimeHeap = getHeap ? reinterpret_cast<HANDLE>(getHeap()) : g_hProcessHeap;
+    // Cached automation strings would be handed out again at once.
+    void(__cdecl * uncache)() = nullptr;
+    Import(uncache, L"oleaut32.dll", "SetOaNoCache");
+    if (uncache) uncache();
+    const wchar_t kLibrary[] = L"libstdc++-6.dll";
+    Import(g_runtime.malloc, L"msvcrt.dll", "malloc");
+    Import(g_runtime.calloc, L"msvcrt.dll", "calloc");
+    Import(g_runtime.realloc, L"msvcrt.dll", "realloc");
+    Import(g_runtime.newObject, kLibrary, "_Znwj");
+    Import(g_runtime.newArray, kLibrary, "_Znaj");
+    Import(g_runtime.tryNewObject, kLibrary, "_ZnwjRKSt9nothrow_t");
+    Import(g_runtime.tryNewArray, kLibrary, "_ZnajRKSt9nothrow_t");
+    g_dwCallerSlot = ::TlsAlloc();
+    OpenArena(place);
+    WatchFaults();
+    static const CHook kHooks[] = {
+        {"HeapAlloc", reinterpret_cast<void*>(&HookHeapAlloc), false},
+        {"HeapFree", reinterpret_cast<void*>(&HookHeapFree), false},
+        {"HeapReAlloc", reinterpret_cast<void*>(&HookHeapReAlloc), false},
+        {"HeapSize", reinterpret_cast<void*>(&HookHeapSize), false},
+        {"malloc", reinterpret_cast<void*>(&HookMalloc), true},
+        {"calloc", reinterpret_cast<void*>(&HookCalloc), true},
+        {"realloc", reinterpret_cast<void*>(&HookRealloc), true},
+        {"_Znwj", reinterpret_cast<void*>(&HookNewObject), true},
+        {"_Znaj", reinterpret_cast<void*>(&HookNewArray), true},
+        {"_ZnwjRKSt9nothrow_t", reinterpret_cast<void*>(&HookTryNewObject), true},
+        {"_ZnajRKSt9nothrow_t", reinterpret_cast<void*>(&HookTryNewArray), true},
+        {"HeapValidate", reinterpret_cast<void*>(&HookHeapValidate), true},
+        {"SysAllocString", reinterpret_cast<void*>(&HookSysAllocString), true},
+        {"SysAllocStringLen", reinterpret_cast<void*>(&HookSysAllocStringLen), true},
+        {"SysAllocStringByteLen", reinterpret_cast<void*>(&HookSysAllocStringByteLen), true},
+    };
+    PatchModules(kHooks, sizeof(kHooks) / sizeof(kHooks[0]));
+}
+
+} // namespace guard
