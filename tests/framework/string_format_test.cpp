@@ -119,6 +119,25 @@ TEST(StringFormatTest, NullAndHostileFormats)
     EXPECT_EQ(L"", Formatted(L"%"));
 }
 
+TEST(StringFormatTest, WhatUsersTypeIsATextAndNothingElse)
+{
+    unsigned nSeed = 17;
+    const auto random = [&] { return (nSeed = nSeed * 1664525 + 1013904223) >> 8; };
+    static const wchar_t kCharacters[] = L"%%%snd*.0123456789 \\{}\xD800\xFFFF";
+    for (int i = 0; i < 5000; ++i) {
+        std::wstring text;
+        // Often about as long as what is formatted without a second try.
+        for (unsigned n = random() % 3 ? random() % 12 : 240 + random() % 30; n > 0; --n)
+            text += kCharacters[random() % (std::size(kCharacters) - 1)];
+        const std::wstring cut = text.substr(0, 3);
+        const std::wstring wide = text.size() < 7 ? std::wstring(7 - text.size(), L' ') + text : text;
+        const int nNumber = static_cast<int>(random());
+        const CString str = Formatted(L"%s|%.3s|%7s|%d", CString(text.c_str()), text.c_str(), text.c_str(), nNumber);
+        const std::wstring expected = text + L"|" + cut + L"|" + wide + L"|" + std::to_wstring(nNumber);
+        ASSERT_TRUE(Same(str, expected.c_str(), static_cast<int>(expected.size()))) << i;
+    }
+}
+
 TEST(StringFormatTest, AResourceIsAFormat)
 {
     CString str;

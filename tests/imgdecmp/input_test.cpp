@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -120,6 +121,59 @@ TEST(InputTest, AFunctionThatClaimsMoreThanTheBufferFailsTheCall)
         EXPECT_EQ(E_UNEXPECTED, decoder.Decode());
         EXPECT_EQ(nullptr, decoder.hBitmap);
     }
+}
+
+namespace {
+
+// Gives what is asked for in pieces of any size; at one of them it ends early, or claims more than there is room for.
+struct CUnreliable
+{
+    const Bytes& data;
+    unsigned int nSeed;
+    int nPieces; // until it stops being right
+    bool bLie;
+    size_t nAt = 0;
+
+    static DWORD CALLBACK GetData(LPSTR pszBuffer, DWORD dwBufferMax, LPARAM lParam)
+    {
+        CUnreliable& source = *reinterpret_cast<CUnreliable*>(lParam);
+        source.nSeed = source.nSeed * 1664525 + 1013904223;
+        if (source.nPieces-- == 0) return source.bLie ? dwBufferMax + 1 + (source.nSeed >> 1) : 0;
+        const size_t cbMost = std::min<size_t>(dwBufferMax, source.data.size() - source.nAt);
+        const size_t cb = std::min<size_t>(cbMost, 1 + (source.nSeed >> 8) % dwBufferMax);
+        std::memcpy(pszBuffer, source.data.data() + source.nAt, cb);
+        source.nAt += cb;
+        return static_cast<DWORD>(cb);
+    }
+};
+
+} // namespace
+
+TEST(InputTest, AFunctionThatStopsBeingRightAnywhereFailsTheCallOrHasGivenEnough)
+{
+    int nWhole = 0, nFailed = 0;
+    for (const char* pszName : kFormats) {
+        const Bytes data = PictureFile(pszName);
+        for (int i = 0; i < 200; ++i) {
+            SCOPED_TRACE(std::string(pszName) + " " + std::to_string(i));
+            CUnreliable source = {data, static_cast<unsigned int>(i * 7919), i / 2, i % 2 != 0};
+            const size_t cbBuffer = 1 + i * 37 % 700;
+            CDecoder decoder({}, cbBuffer);
+            decoder.info.pfnGetData = CUnreliable::GetData;
+            decoder.info.lParam = reinterpret_cast<LPARAM>(&source);
+            const HRESULT hr = decoder.Decode();
+            ASSERT_EQ(hr >= 0, decoder.hBitmap != nullptr);
+            // In the whole only what was right is used.
+            if (hr >= 0) {
+                CDecoder right(data);
+                ASSERT_EQ(S_OK, right.Decode());
+                ASSERT_EQ(right.Pixels(), decoder.Pixels());
+            }
+            ++(hr >= 0 ? nWhole : nFailed);
+        }
+    }
+    EXPECT_GT(nWhole, 50);
+    EXPECT_GT(nFailed, 50);
 }
 
 TEST(InputTest, NothingAtAllIsNoPicture)
