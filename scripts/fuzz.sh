@@ -62,7 +62,7 @@ clang++ "${flags[@]}" -DKORVANE_FUZZ_TARGET="$target" -c tests/fuzz/native.cpp -
 clang++ -m32 -fsanitize=fuzzer,address,undefined "${objects[@]}" "$work/objects/native_$target.o" -o "$work/fuzz_$target"
 
 # Sizes that lie are asked for: that there is no memory for them is no fault.
-export ASAN_OPTIONS=allocator_may_return_null=1:max_allocation_size_mb=64:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1
+export ASAN_OPTIONS=allocator_may_return_null=1:max_allocation_size_mb=32:quarantine_size_mb=8:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1
 corpus=tests/fuzz/corpus/$target
 if [[ -n $keep ]]; then
     "$work/fuzz_$target" -merge=1 -max_len=1024 "$corpus" "$work/$target"
