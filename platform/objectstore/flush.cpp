@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
 
 namespace store {
 
@@ -18,11 +20,13 @@ DWORD CVolumeState::AdoptFlushed()
 {
     const DWORD dwError = BeginReading();
     if (dwError != ERROR_SUCCESS) return dwError;
-    std::vector<BYTE> freeMap(KV_PAGE_MAP_BYTES);
-    const int rc = kv_list_free(pReadTxn, freeMap.data());
+    // An exception would leave the volume locked.
+    const std::unique_ptr<BYTE[]> freeMap(new (std::nothrow) BYTE[KV_PAGE_MAP_BYTES]());
+    if (!freeMap) return ERROR_NOT_ENOUGH_MEMORY;
+    const int rc = kv_list_free(pReadTxn, freeMap.get());
     if (rc != MDB_SUCCESS) return ToWin32(rc);
     // Pages that are held yet were freed before this state: it does not use them either.
-    for (size_t i = 0; i < freeMap.size(); i++) shared->rgFreeInFlushed[i] = freeMap[i] | shared->rgHeld[i];
+    for (size_t i = 0; i < KV_PAGE_MAP_BYTES; i++) shared->rgFreeInFlushed[i] = freeMap[i] | shared->rgHeld[i];
     kv_committed(pEnv, &shared->flushed);
     shared->dwCommitsSinceFlush = 0;
     return ERROR_SUCCESS;

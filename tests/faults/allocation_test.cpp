@@ -159,3 +159,15 @@ TEST_F(AllocationTest, ARegistryKeyThatCannotBeMadeIsNull)
         return 0L;
     });
 }
+
+TEST_F(AllocationTest, AVolumeThatCannotBeOpenedCanBeOpenedTheNextTime)
+{
+    { CItemsVolume volume(m_folder.File(L"other.vol")); }
+    std::wstring path = m_folder.File(L"other.vol");
+    const auto open = [&path] {
+        CConnection connection;
+        return connection.Open(path.data());
+    };
+    Attempt(open, 14); // while the volume is locked
+    EXPECT_EQ(EOutcome::kDone, Attempt(open, -1));
+}
