@@ -456,13 +456,14 @@ static int list_tree(MDB_txn* txn, pgno_t root, unsigned depth, uint8_t* used_ma
             if (rc) return rc;
             *bad = root;
         } else if (node->mn_flags & F_BIGDATA) {
-            const uint32_t count = OVPAGES(NODEDSZ(node), KV_PAGE_BYTES);
+            const uint32_t needed = OVPAGES(NODEDSZ(node), KV_PAGE_BYTES);
             const MDB_page* first;
             pgno_t page;
             memcpy(&page, NODEDATA(node), sizeof page);
+            /* A value that shrinks within one transaction keeps the pages that it had. */
             first = (const MDB_page*)(txn->mt_env->me_map + (size_t)KV_PAGE_BYTES * page);
-            if (first->mp_pgno != page || first->mp_flags != P_OVERFLOW || first->mp_pages != count ||
-                !use_page(txn, used_map, page, count)) {
+            if (first->mp_pgno != page || first->mp_flags != P_OVERFLOW || first->mp_pages < needed ||
+                first->mp_pages > txn->mt_next_pgno - page || !use_page(txn, used_map, page, first->mp_pages)) {
                 *bad = page;
                 return MDB_CORRUPTED;
             }

@@ -150,8 +150,9 @@ bool CTreeWalk::ReadLarge(const kv_entry& entry, CBytes& value)
         if (!m_used.Add(entry.page + i) || !m_file.ReadPage(entry.page + i, m_large.data() + i * kPageBytes))
             return false;
     }
+    // A value that shrank in the transaction that made it has kept the pages that it had.
     if (kv_page_kind(m_large.data(), entry.page, m_dwEnd) != KV_PAGE_LARGE ||
-        kv_large_page_count(m_large.data()) != nPages)
+        kv_large_page_count(m_large.data()) < nPages)
         return false;
     value = {m_large.data() + kv_large_offset(), entry.value_bytes};
     return true;

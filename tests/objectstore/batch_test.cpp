@@ -64,6 +64,21 @@ TEST_F(BatchTest, RecordsThatComeOneAfterTheOtherFillTheirPages)
     EXPECT_LT(data.nFileSizeLow, 700000u);
 }
 
+TEST_F(BatchTest, ALargeRecordThatShrinksInTheBatchThatMadeItIsSound)
+{
+    EXPECT_WORKS(::CeBeginBatch(&m_guid));
+    const CEOID oid = Write(m_db, 0, CProps().I4(1, 1).Text(2, std::wstring(20000, L'x')));
+    EXPECT_WORKS(oid);
+    EXPECT_WORKS(Write(m_db, oid, CProps().Text(2, L"short")));
+    EXPECT_WORKS(::CeCommitBatch(&m_guid));
+    EXPECT_EQ("", CheckVolume(m_guid));
+    m_db.Close();
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    EXPECT_WORKS(::CeCompactDBVol(m_strPath.c_str(), nullptr, 0));
+    EXPECT_WORKS(::CeMountDBVol(&m_guid, m_strPath.data(), OPEN_EXISTING));
+    EXPECT_EQ("", CheckVolume(m_guid));
+}
+
 TEST_F(BatchTest, AnAbandonedBatchNeverWas)
 {
     const CEOID kept = Write(m_db, 0, CProps().I4(1, 1)), deleted = Write(m_db, 0, CProps().I4(1, 2));
