@@ -16,6 +16,10 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
+// From the program's start: a test leaves no block behind.
+const CTempFolder g_folder;
+const std::wstring g_strInput = g_folder.File(L"input");
+
 struct CTarget
 {
     const char* pszName;
@@ -190,11 +194,9 @@ void fuzz::Fail(const char* pszWhat)
 
 const wchar_t* fuzz::PutFile(const uint8_t* data, size_t size)
 {
-    static const CTempFolder folder;
-    static const std::wstring path = folder.File(L"input");
-    const HANDLE hFile = ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    const HANDLE hFile = ::CreateFileW(g_strInput.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     DWORD cbWritten = 0;
     ::WriteFile(hFile, data, static_cast<DWORD>(size), &cbWritten, nullptr);
     ::CloseHandle(hFile);
-    return path.c_str();
+    return g_strInput.c_str();
 }
