@@ -109,8 +109,18 @@ typedef struct kv_entry
     uint32_t page; /* a branch page's child, or the first of the large pages */
 } kv_entry;
 
-enum { KV_FREE_TREE, KV_MAP_TREE };
-enum { KV_PAGE_BAD, KV_PAGE_BRANCH, KV_PAGE_LEAF, KV_PAGE_LARGE };
+enum
+{
+    KV_FREE_TREE,
+    KV_MAP_TREE
+};
+enum
+{
+    KV_PAGE_BAD,
+    KV_PAGE_BRANCH,
+    KV_PAGE_LEAF,
+    KV_PAGE_LARGE
+};
 #define KV_NO_PAGE 0xFFFFFFFFu
 
 kv_tree kv_tree_of(const kv_state* state, int which);

@@ -162,7 +162,9 @@ TEST_F(AllocationTest, ARegistryKeyThatCannotBeMadeIsNull)
 
 TEST_F(AllocationTest, AVolumeThatCannotBeOpenedCanBeOpenedTheNextTime)
 {
-    { CItemsVolume volume(m_folder.File(L"other.vol")); }
+    {
+        CItemsVolume volume(m_folder.File(L"other.vol"));
+    }
     std::wstring path = m_folder.File(L"other.vol");
     const auto open = [&path] {
         CConnection connection;

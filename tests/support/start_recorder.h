@@ -62,7 +62,8 @@ public:
     std::wstring WaitForStart() const
     {
         if (::WaitForSingleObject(m_event, 20000) != WAIT_OBJECT_0) return L"";
-        const HANDLE file = ::CreateFileW(m_record.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+        const HANDLE file =
+            ::CreateFileW(m_record.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
         std::wstring text(::GetFileSize(file, nullptr) / sizeof(wchar_t), L'\0');
         DWORD read = 0;
         ::ReadFile(file, &text[0], static_cast<DWORD>(text.size() * sizeof(wchar_t)), &read, nullptr);

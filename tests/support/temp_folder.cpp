@@ -10,7 +10,8 @@ CTempFolder::CTempFolder()
     static int counter = 0;
     wchar_t base[MAX_PATH + 1] = L"";
     ::GetTempPathW(MAX_PATH, base);
-    m_path = std::wstring(base) + L"korvane-" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++counter);
+    m_path =
+        std::wstring(base) + L"korvane-" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++counter);
     RemoveFolder(m_path);
     if (!::CreateDirectoryW(m_path.c_str(), nullptr)) {
         std::fprintf(stderr, "cannot make the folder %ls: error %lu\n", m_path.c_str(), ::GetLastError());

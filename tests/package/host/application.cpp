@@ -4,14 +4,8 @@
 class CApplication : public CWinApp
 {
 public:
-    BOOL InitInstance() override
-    {
-        return FALSE;
-    }
-    int ExitInstance() override
-    {
-        return 7;
-    }
+    BOOL InitInstance() override { return FALSE; }
+    int ExitInstance() override { return 7; }
 };
 
 CApplication theApp;
