@@ -321,7 +321,13 @@ long CConnection::OpenTable(CString sName, CSmartPtr<CRow>& row)
     if (hDatabase == INVALID_HANDLE_VALUE)
         KORVANE_RAISE(kSource, 449, E_FAIL, L"Call to function CeOpenDatabase(...) failed");
     pTable->m_oid = oid;
-    row = new CRow(pTable, hDatabase, 1);
+    try {
+        row = new CRow(pTable, hDatabase, 1);
+    } catch (...) {
+        // Memory is out, and no row owns the handle.
+        ::CloseHandle(hDatabase);
+        throw;
+    }
     return 0;
 }
 

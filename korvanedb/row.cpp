@@ -15,13 +15,15 @@ constexpr DWORD kInitialBufferBytes = 8192;
 
 CRowShared::CRowShared(const CTable* pTable, HANDLE hHeapOfTable, HANDLE hDatabaseOfRow, bool bOwns)
     : hHeap(hHeapOfTable), hDatabase(hDatabaseOfRow), bOwnsHandle(bOwns), nFields(pTable ? pTable->m_nFields : 0),
-      pBuffer(static_cast<BYTE*>(::HeapAlloc(hHeap, 0, kInitialBufferBytes))),
-      cbBuffer(pBuffer ? kInitialBufferBytes : 0),
+      pBuffer(nullptr), cbBuffer(0),
       // One more than needed: the store takes a null array for "all properties", so there is one even without fields.
       propids(new CEPROPID[nFields + 1]), values(new _variant_t[nFields + 1])
 {
     for (int i = 0; i < nFields; ++i) propids[i] = pTable->m_pFields[i].m_propid;
     for (int i = 0; i <= nFields; ++i) V_VT(&values[i]) = VT_NULL;
+    // Last: what throws in a constructor leaves this one's block behind.
+    pBuffer = static_cast<BYTE*>(::HeapAlloc(hHeap, 0, kInitialBufferBytes));
+    if (pBuffer) cbBuffer = kInitialBufferBytes;
 }
 
 CRowShared::~CRowShared()

