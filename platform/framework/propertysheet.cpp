@@ -1,3 +1,4 @@
+#include "dialogcommands.h"
 #include "disabledowner.h"
 #include "wndhook.h"
 
@@ -253,13 +254,7 @@ BOOL CPropertySheet::PreTranslateMessage(MSG* pMsg)
 
 BOOL CPropertySheet::OnCmdMsg(UINT nID, int nCode, void* pExtra, AFX_CMDHANDLERINFO* pHandlerInfo)
 {
-    if (CWnd::OnCmdMsg(nID, nCode, pExtra, pHandlerInfo)) return TRUE;
-    if (nCode != CN_COMMAND && static_cast<UINT>(nCode) != CN_UPDATE_COMMAND_UI) return FALSE;
-    if (nID < 0x8000 || nID >= 0xF000) return FALSE;
-    CWnd* const pParent = GetParent();
-    if (pParent && pParent->OnCmdMsg(nID, nCode, pExtra, pHandlerInfo)) return TRUE;
-    CWinThread* const pThread = AfxGetThread();
-    return pThread && pThread->OnCmdMsg(nID, nCode, pExtra, pHandlerInfo);
+    return CWnd::OnCmdMsg(nID, nCode, pExtra, pHandlerInfo) || PassCommandOn(*this, nID, nCode, pExtra, pHandlerInfo);
 }
 
 BOOL CPropertySheet::OnCommand(WPARAM wParam, LPARAM lParam)
