@@ -34,5 +34,8 @@ lmdb_replace("\t\t\tif (split_indx == newindx) {" "\t\t\tsplit_indx = kv_split_p
 lmdb_replace("\nsearch_done:\n" "\nsearch_done:\n\tkv_page_taken(env, pgno, num);\n")
 lmdb_replace("done:\n\t*ret = p;" "\tif (!kv_page_is_sound(env, p, pgno, txn->mt_next_pgno)) {\n\t\ttxn->mt_flags |= MDB_TXN_ERROR;\n\t\treturn MDB_CORRUPTED;\n\t}\ndone:\n\t*ret = p;")
 
+# What a search in a page may look at next is on its way from memory while it looks at the present one.
+lmdb_replace("\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);" "\t\t\tkv_fetch_nodes(mp, low, high, nkeys);\n\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);")
+
 file(WRITE ${KORVANE_LMDB_DIR}/mdb_prepared.c.new "${lmdb_source}")
 file(COPY_FILE ${KORVANE_LMDB_DIR}/mdb_prepared.c.new ${KORVANE_LMDB_DIR}/mdb_prepared.c ONLY_IF_DIFFERENT)

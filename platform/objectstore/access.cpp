@@ -1,3 +1,4 @@
+#include "keys.h"
 #include "volumestate.h"
 
 #include <algorithm>
@@ -17,28 +18,6 @@ CBytes ToBytes(const MDB_val& val)
     return {static_cast<const BYTE*>(val.mv_data), val.mv_size};
 }
 
-} // namespace
-
-// Keys compare as bytes. msvcrt's memcmp costs more than a short comparison itself, so words are compared here.
-int CompareKeys(const MDB_val* pA, const MDB_val* pB)
-{
-    const BYTE* a = static_cast<const BYTE*>(pA->mv_data);
-    const BYTE* b = static_cast<const BYTE*>(pB->mv_data);
-    size_t cb = std::min(pA->mv_size, pB->mv_size);
-    for (; cb >= 4; a += 4, b += 4, cb -= 4) {
-        DWORD dwA, dwB;
-        __builtin_memcpy(&dwA, a, 4);
-        __builtin_memcpy(&dwB, b, 4);
-        if (dwA != dwB) return __builtin_bswap32(dwA) < __builtin_bswap32(dwB) ? -1 : 1;
-    }
-    for (; cb; a++, b++, cb--) {
-        if (*a != *b) return *a < *b ? -1 : 1;
-    }
-    return pA->mv_size < pB->mv_size ? -1 : pA->mv_size > pB->mv_size;
-}
-
-namespace {
-
 MDB_txn* TxnOf(const CVolumeState& state)
 {
     return state.pWriteTxn ? state.pWriteTxn : state.pReadTxn;
@@ -53,8 +32,16 @@ ULONGLONG CAccess::ContentVersion() const
 
 bool CAccess::Get(CBytes key, CBytes& value)
 {
+    MDB_txn* const pTxn = TxnOf(*m_volume.m_pState);
     MDB_val k = ToVal(key), v;
-    const int rc = mdb_get(TxnOf(*m_volume.m_pState), kMainTree, &k, &v);
+    if (key.cb == KV_RECORD_KEY_BYTES && key.p[0] == kRecordSpace) {
+        const void* const pLeaf = kv_record_leaf(pTxn, key.p);
+        if (pLeaf && kv_record_in_leaf(pLeaf, key.p, &v)) {
+            value = ToBytes(v);
+            return true;
+        }
+    }
+    const int rc = mdb_get(pTxn, kMainTree, &k, &v);
     if (rc == MDB_SUCCESS) {
         value = ToBytes(v);
         return true;
@@ -254,14 +241,26 @@ bool CTreeCursor::Next(CAccess& access)
 {
     const CVolumeState& state = *m_volume.m_pState;
     if (m_bPlaced && !m_bOnWriteTxn && !state.pWriteTxn && m_ullVersion == state.ullVersion) {
-        MDB_val key, value;
-        if (kv_next_in_page(static_cast<MDB_cursor*>(m_pCursor), &key, &value)) {
-            m_key = ToBytes(key);
-            m_value = ToBytes(value);
-            return true;
-        }
+        if (NextInPage()) return true;
     }
     return Move(access, MDB_NEXT, {});
+}
+
+bool CTreeCursor::NextInPage()
+{
+    MDB_val key, value;
+    if (!kv_next_in_page(static_cast<MDB_cursor*>(m_pCursor), &key, &value)) return false;
+    m_key = ToBytes(key);
+    m_value = ToBytes(value);
+    return true;
+}
+
+bool CTreeCursor::PeekInPage(unsigned nAhead, CBytes& key) const
+{
+    MDB_val found;
+    if (!kv_peek_in_page(static_cast<MDB_cursor*>(m_pCursor), nAhead, &found)) return false;
+    key = ToBytes(found);
+    return true;
 }
 
 bool CTreeCursor::Prev(CAccess& access)

@@ -74,6 +74,31 @@ inline void CopyBytes(BYTE* pTo, const BYTE* pFrom, size_t cb)
     if (cb & 1) *pTo = *pFrom;
 }
 
+// Characters of one byte as such of two.
+inline void WidenBytes(wchar_t* pTo, const BYTE* pFrom, size_t cch)
+{
+    const __m128i zero = _mm_setzero_si128();
+    const auto widen8 = [&](size_t i) {
+        const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pFrom + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pTo + i), _mm_unpacklo_epi8(bytes, zero));
+    };
+    const auto widen16 = [&](size_t i) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pFrom + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pTo + i), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pTo + i + 8), _mm_unpackhi_epi8(bytes, zero));
+    };
+    // The last step does the rest, and some of it a second time.
+    if (cch >= 16) {
+        for (size_t i = 0; i + 16 < cch; i += 16) widen16(i);
+        widen16(cch - 16);
+    } else if (cch >= 8) {
+        widen8(0);
+        widen8(cch - 8);
+    } else {
+        for (size_t i = 0; i < cch; ++i) pTo[i] = pFrom[i];
+    }
+}
+
 // Bytes as the map orders them: memcmp, then the shorter first.
 inline int CompareBytes(CBytes left, CBytes right)
 {

@@ -33,7 +33,7 @@ CDatabaseHandle::~CDatabaseHandle()
 
 DWORD CDatabaseHandle::Refresh(CAccess& access)
 {
-    if (m_ullEpoch == m_volume->Epoch() && m_pDatabase->ullEpoch == m_ullEpoch) return ERROR_SUCCESS;
+    if (IsFresh()) return ERROR_SUCCESS;
     const DWORD dwError = m_volume->Database(access, m_oidDatabase, m_pDatabase);
     if (dwError != ERROR_SUCCESS) return dwError == ERROR_FILE_NOT_FOUND ? ERROR_INVALID_HANDLE : dwError;
     m_pOrder = m_pDatabase->FindOrder(m_index.bOrder);
@@ -299,46 +299,24 @@ void CDatabaseHandle::NoteDeleted(CEOID oid, CBytes sortKey)
 
 // ---- Plans ---------------------------------------------------------------------------------------------------------
 
-void CReadPlan::Assign(const CShape& shape, const CEPROPID* rgPropID, WORD nCount)
-{
-    steps.clear();
-    varying.clear();
-    bAny = false;
-    for (WORD i = 0; i < nCount; ++i) {
-        const size_t nSlot = rgPropID ? shape.Find(rgPropID[i]) : i;
-        if (nSlot == shape.Count()) {
-            steps.push_back({rgPropID[i], 0, ESlot::kNone, CEDB_PROPNOTFOUND});
-            continue;
-        }
-        const CSlot& slot = shape[nSlot];
-        const ESlot kind = KindOfSlot(slot.propid);
-        steps.push_back({slot.propid, slot.cbOffset, kind, 0});
-        if (kind == ESlot::kVarying) varying.push_back(slot);
-        bAny = true;
-    }
-}
-
 const CReadPlan& CDatabaseHandle::PlanFor(const CShape& shape, const CEPROPID* rgPropID, WORD nCount)
 {
     if (!rgPropID) {
         m_planForAll.Assign(shape, nullptr, nCount);
         return m_planForAll;
     }
-    bool bSame = m_planned.size() == nCount;
-    for (WORD i = 0; bSame && i < nCount; ++i) bSame = m_planned[i] == rgPropID[i];
-    if (!bSame) {
+    if (!IsPlanned(rgPropID, nCount)) {
         m_planned.assign(rgPropID, rgPropID + nCount);
         for (CPlan& plan : m_rgPlans) plan.bValid = false;
     }
+    if (const CPlan* const pKnown = KnownPlan(shape.Id(), rgPropID, nCount)) return *pKnown;
     CPlan& plan = m_rgPlans[shape.Id() % ARRAYSIZE(m_rgPlans)];
-    if (plan.bValid && plan.wShape == shape.Id() && plan.ullShapeEpoch == m_pDatabase->ullShapeEpoch &&
-        shape.Id() != kInlineShape)
-        return plan;
     plan.bValid = false;
     plan.Assign(shape, rgPropID, nCount);
     plan.wShape = shape.Id();
+    plan.cbFixed = shape.FixedSize();
     plan.ullShapeEpoch = m_pDatabase->ullShapeEpoch;
-    plan.bValid = true;
+    plan.bValid = shape.Id() != kInlineShape;
     return plan;
 }
 

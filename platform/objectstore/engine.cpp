@@ -100,7 +100,7 @@ DWORD CVolumeState::OpenEnvironment(HANDLE file)
     }
     if (rc == MDB_SUCCESS) rc = mdb_env_get_fd(pEnv, &hFile);
     if (rc == MDB_SUCCESS) rc = mdb_txn_begin(pEnv, nullptr, MDB_RDONLY, &pReadTxn);
-    if (rc == MDB_SUCCESS) rc = mdb_set_compare(pReadTxn, kMainTree, CompareKeys);
+    if (rc == MDB_SUCCESS) rc = mdb_set_compare(pReadTxn, kMainTree, kv_compare_keys);
     if (rc == MDB_SUCCESS) {
         bReadTxnLive = true;
         dwSeenTxn = kv_committed_txnid(pEnv);

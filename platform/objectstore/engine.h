@@ -92,6 +92,8 @@ public:
     // strProblem, for the first contradiction.
     bool CheckPages(std::wstring& strProblem);
 
+    CVolumeState& State() { return *m_pState; } // for the store's innermost
+
 private:
     friend class CAccess;
     friend class CReadAccess;
@@ -182,11 +184,19 @@ public:
     // anew by a Seek; Next and Prev need a placed cursor.
     bool IsPlaced(const CAccess& access) const;
 
+    // For who has the version at hand.
+    bool IsPlacedIn(ULONGLONG ullVersion) const { return m_bPlaced && m_ullVersion == ullVersion; }
+
     // Each stands on an entry afterwards and returns true, or there is none: false, and the cursor is not placed.
     bool SeekAtLeast(CAccess& access, CBytes key); // the first entry with a key >= key
     bool SeekBefore(CAccess& access, CBytes key);  // the last entry with a key < key
     bool Next(CAccess& access);
     bool Prev(CAccess& access);
+    // Next for a cursor that is placed, under a lock on the volume and outside of batches, if the entry is one of the same
+    // page. False: nothing has moved.
+    bool NextInPage();
+    // Likewise: the key so many places ahead in the page. False: there is none.
+    bool PeekInPage(unsigned nAhead, CBytes& key) const;
 
     // The entry. Good until the access ends or writes.
     CBytes Key() const { return m_key; }

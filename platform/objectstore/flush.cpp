@@ -182,7 +182,7 @@ bool CVolume::CheckPages(std::wstring& strProblem)
     int rc = mdb_cursor_get(pCursor, &key, &value, MDB_FIRST);
     for (; rc == MDB_SUCCESS; rc = mdb_cursor_get(pCursor, &key, &value, MDB_NEXT)) {
         const MDB_val before = {last.size(), last.data()};
-        if (!last.empty() && CompareKeys(&before, &key) >= 0) break;
+        if (!last.empty() && kv_compare_keys(&before, &key) >= 0) break;
         const BYTE* p = static_cast<const BYTE*>(key.mv_data);
         last.assign(p, p + key.mv_size);
     }

@@ -19,6 +19,7 @@ static int kv_hold_pages(MDB_txn* txn);
 static int kv_reuse_forbidden(MDB_env* env);
 static void kv_page_taken(MDB_env* env, size_t page, int count);
 static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_t end);
+static void kv_fetch_nodes(const void* page, int low, int high, unsigned count);
 static int kv_split_point(const void* page, const MDB_val* key, size_t node_bytes, int place, int proposed,
                           size_t room);
 
@@ -28,6 +29,44 @@ static int kv_split_point(const void* page, const MDB_val* key, size_t node_byte
 _Static_assert(sizeof(pgno_t) == 4 && sizeof(MDB_db) == 28, "the layout of a 32-bit build");
 _Static_assert(sizeof(MDB_meta) <= sizeof(((kv_pages*)0)->lost_metas[0]), "a copy of a meta page's content");
 _Static_assert(sizeof(kv_state) == KV_STATE_BYTES, "part of the volume format");
+
+/* msvcrt's memcmp costs more than a short comparison itself, so words are compared here. */
+int kv_compare_keys(const MDB_val* left, const MDB_val* right)
+{
+    const uint8_t *l = left->mv_data, *r = right->mv_data;
+    size_t bytes = left->mv_size < right->mv_size ? left->mv_size : right->mv_size;
+    for (; bytes >= 4; l += 4, r += 4, bytes -= 4) {
+        uint32_t left_word, right_word;
+        memcpy(&left_word, l, 4);
+        memcpy(&right_word, r, 4);
+        if (left_word != right_word) return __builtin_bswap32(left_word) < __builtin_bswap32(right_word) ? -1 : 1;
+    }
+    for (; bytes; l++, r++, bytes--) {
+        if (*l != *r) return *l < *r ? -1 : 1;
+    }
+    return left->mv_size < right->mv_size ? -1 : left->mv_size > right->mv_size;
+}
+
+/* ---- What is looked at next ------------------------------------------------------------------------------------ */
+
+enum
+{
+    LINE = 64
+}; /* bytes of memory that the processor fetches at once */
+
+/* A search looks at a node in the middle of low..high. In a large volume each is a wait for memory, and the next one is
+ * known only after it: so the nodes of the first three steps are fetched together, and those of the last three. */
+static void kv_fetch_nodes(const void* page, int low, int high, unsigned count)
+{
+    const MDB_page* const p = page;
+    const int nodes = high - low + 1;
+    int i;
+    if (nodes >= 4 && nodes <= 8) {
+        for (i = low; i <= high; i++) __builtin_prefetch(NODEPTR(p, i));
+    } else if (nodes > 8 && (unsigned)nodes + 1 >= count) {
+        for (i = 1; i < 8; i++) __builtin_prefetch(NODEPTR(p, low + nodes * i / 8));
+    }
+}
 
 /* ---- Where a page is split ------------------------------------------------------------------------------------- */
 
@@ -66,7 +105,10 @@ static int kv_split_point(const void* page, const MDB_val* key, size_t node_byte
 /* ---- Which pages may be used again ---------------------------------------------------------------------------- */
 
 /* Maps of this size and more may find no room for a second one beside them. */
-enum { LARGE_MAP_BYTES = 256 << 20 };
+enum
+{
+    LARGE_MAP_BYTES = 256 << 20
+};
 
 static kv_pages* pages_of(MDB_env* env)
 {
@@ -214,6 +256,9 @@ static int page_is_sound(const MDB_page* p, size_t number, size_t end, int taken
 static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_t end)
 {
     kv_pages* pages = pages_of(env);
+    __builtin_prefetch(page);
+    __builtin_prefetch((const char*)page + LINE);
+    __builtin_prefetch((const char*)page + 2 * LINE);
     if (!pages || pages->use[number] == USE_SOUND) return 1;
     if (number < KV_RESERVED_PAGES || !page_is_sound(page, number, end, pages->use[number] == USE_TAKEN)) return 0;
     pages->use[number] = USE_SOUND;
@@ -308,6 +353,37 @@ uint32_t kv_committed_txnid(MDB_env* env)
 
 /* ---- Cursors -------------------------------------------------------------------------------------------------- */
 
+/* The page that follows this one in the order of keys, if both hang from the same branch; else null. */
+static const MDB_page* next_leaf(const MDB_cursor* cursor)
+{
+    const unsigned top = cursor->mc_top;
+    const MDB_page* branch;
+    unsigned i;
+    if (top == 0) return NULL;
+    branch = cursor->mc_pg[top - 1];
+    i = cursor->mc_ki[top - 1] + 1u;
+    if (i >= NUMKEYS(branch)) return NULL;
+    return (const MDB_page*)(cursor->mc_txn->mt_env->me_map + (size_t)KV_PAGE_BYTES * NODEPGNO(NODEPTR(branch, i)));
+}
+
+/* Has the processor fetch the following page, two lines of it with each step: otherwise a walk would wait for memory at
+ * each line. Entries lie from the page's end downwards. */
+static void fetch_ahead(const MDB_cursor* cursor, unsigned step)
+{
+    enum
+    {
+        LINES = KV_PAGE_BYTES / LINE
+    };
+    const char* const next = (const char*)next_leaf(cursor);
+    if (!next || step > LINES / 2) return;
+    if (step == 1) {
+        __builtin_prefetch(next);
+        __builtin_prefetch(next + LINE);
+    }
+    __builtin_prefetch(next + KV_PAGE_BYTES - (2 * step - 1) * LINE);
+    __builtin_prefetch(next + KV_PAGE_BYTES - 2 * step * LINE);
+}
+
 int kv_next_in_page(MDB_cursor* cursor, MDB_val* key, MDB_val* value)
 {
     if ((cursor->mc_flags & (C_INITIALIZED | C_EOF | C_DEL)) != C_INITIALIZED) return 0;
@@ -318,10 +394,137 @@ int kv_next_in_page(MDB_cursor* cursor, MDB_val* key, MDB_val* value)
     MDB_node* node = NODEPTR(page, next);
     if (node->mn_flags) return 0; /* its value lies in pages of its own */
     cursor->mc_ki[cursor->mc_top] = (indx_t)next;
+    fetch_ahead(cursor, next);
     key->mv_size = NODEKSZ(node);
     key->mv_data = NODEKEY(node);
     value->mv_size = NODEDSZ(node);
     value->mv_data = NODEDATA(node);
+    return 1;
+}
+
+/* ---- Records by their number ----------------------------------------------------------------------------------- */
+
+static uint32_t record_number(const uint8_t* key)
+{
+    uint32_t number;
+    memcpy(&number, key + KV_RECORD_KEY_BYTES - 4, 4);
+    return __builtin_bswap32(number);
+}
+
+/* Whether a node's key is that of a record of the same table. */
+static int is_sibling(const MDB_node* node, const uint8_t* key)
+{
+    return NODEKSZ(node) == KV_RECORD_KEY_BYTES && memcmp(NODEKEY(node), key, KV_RECORD_KEY_BYTES - 4) == 0;
+}
+
+/* As the map orders keys; a record of the same table, which most are, by its number. */
+static int compare_with_node(const uint8_t* key, uint32_t number, const MDB_node* node)
+{
+    MDB_val left, right;
+    if (is_sibling(node, key)) {
+        const uint32_t other = record_number(NODEKEY(node));
+        return number < other ? -1 : number > other;
+    }
+    left.mv_data = (void*)key;
+    left.mv_size = KV_RECORD_KEY_BYTES;
+    right.mv_data = NODEKEY(node);
+    right.mv_size = NODEKSZ(node);
+    return kv_compare_keys(&left, &right);
+}
+
+/* The last node from `first` on whose key is not above the record's; first - 1 when there is none. Numbers are mostly
+ * dense, so the place is guessed: a search that halves would touch five or six lines of memory, this one does two. */
+static int last_not_above(const MDB_page* page, const uint8_t* key, int first)
+{
+    const uint32_t number = record_number(key);
+    int low = first, high = (int)NUMKEYS(page) - 1, guess = (low + high) / 2;
+    if (low < high) {
+        const MDB_node *const bottom = NODEPTR(page, low), *const top = NODEPTR(page, high);
+        if (is_sibling(bottom, key) && number >= record_number(NODEKEY(bottom))) {
+            const uint32_t above = number - record_number(NODEKEY(bottom));
+            guess = above < (uint32_t)(high - low) ? low + (int)above : high;
+            if (IS_BRANCH(page) && is_sibling(top, key)) {
+                const uint32_t span = record_number(NODEKEY(top)) - record_number(NODEKEY(bottom));
+                if (span < 1u << 20 && above < span) guess = low + (int)(above * (uint32_t)(high - low) / span);
+            }
+        }
+    }
+    for (int tries = 0; low <= high; tries++) {
+        const int middle = tries < 2 && guess >= low && guess <= high ? guess : (low + high) / 2;
+        const int order = compare_with_node(key, number, NODEPTR(page, middle));
+        if (order == 0) return middle;
+        if (order > 0) {
+            low = middle + 1;
+            guess = low;
+        } else {
+            high = middle - 1;
+            guess = high;
+        }
+    }
+    return high;
+}
+
+const void* kv_record_leaf(MDB_txn* txn, const uint8_t key[KV_RECORD_KEY_BYTES])
+{
+    MDB_env* const env = txn->mt_env;
+    pgno_t number = txn->mt_dbs[MAIN_DBI].md_root;
+    unsigned depth;
+    if (txn->mt_flags & MDB_TXN_BLOCKED) return NULL;
+    for (depth = txn->mt_dbs[MAIN_DBI].md_depth; depth && number < txn->mt_next_pgno; depth--) {
+        const MDB_page* const page = (const MDB_page*)(env->me_map + (size_t)KV_PAGE_BYTES * number);
+        if (!kv_page_is_sound(env, page, number, txn->mt_next_pgno)) return NULL;
+        if (IS_LEAF(page)) return page;
+        if (!IS_BRANCH(page)) return NULL;
+        number = NODEPGNO(NODEPTR(page, last_not_above(page, key, 1)));
+    }
+    return NULL;
+}
+
+int kv_record_in_leaf(const void* leaf, const uint8_t key[KV_RECORD_KEY_BYTES], MDB_val* value)
+{
+    const MDB_page* const page = leaf;
+    const int place = last_not_above(page, key, 0);
+    const MDB_node* node;
+    if (place < 0) return 0;
+    node = NODEPTR(page, place);
+    if (node->mn_flags || NODEKSZ(node) != KV_RECORD_KEY_BYTES || memcmp(NODEKEY(node), key, KV_RECORD_KEY_BYTES) != 0)
+        return 0;
+    value->mv_data = NODEDATA(node);
+    value->mv_size = NODEDSZ(node);
+    return 1;
+}
+
+void kv_fetch_leaf(const void* leaf)
+{
+    __builtin_prefetch(leaf);
+    __builtin_prefetch((const char*)leaf + LINE);
+    __builtin_prefetch((const char*)leaf + KV_PAGE_BYTES - LINE); /* the lowest entry */
+}
+
+void kv_fetch_record(const void* leaf, const uint8_t key[KV_RECORD_KEY_BYTES])
+{
+    const MDB_page* const page = leaf;
+    const MDB_node* const bottom = NODEPTR(page, 0);
+    uint32_t above;
+    if (!is_sibling(bottom, key)) return;
+    above = record_number(key) - record_number(NODEKEY(bottom));
+    if (above < NUMKEYS(page)) {
+        const char* const node = (const char*)NODEPTR(page, above);
+        __builtin_prefetch(node);
+        __builtin_prefetch(node + LINE);
+    }
+}
+
+int kv_peek_in_page(MDB_cursor* cursor, unsigned ahead, MDB_val* key)
+{
+    const MDB_page* page;
+    unsigned place;
+    if ((cursor->mc_flags & (C_INITIALIZED | C_EOF | C_DEL)) != C_INITIALIZED) return 0;
+    page = cursor->mc_pg[cursor->mc_top];
+    place = cursor->mc_ki[cursor->mc_top] + ahead;
+    if (place >= NUMKEYS(page)) return 0;
+    key->mv_size = NODEKSZ(NODEPTR(page, place));
+    key->mv_data = NODEKEY(NODEPTR(page, place));
     return 1;
 }
 

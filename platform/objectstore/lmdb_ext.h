@@ -92,6 +92,28 @@ int kv_list_used(MDB_txn* txn, uint8_t* used_map, uint32_t* page);
  * are. 0: it has to be done by MDB_NEXT; nothing has moved then. */
 int kv_next_in_page(MDB_cursor* cursor, MDB_val* key, MDB_val* value);
 
+/* The key of the entry so many places behind the one that a cursor stands on, in the same page. 0: there is none. */
+int kv_peek_in_page(MDB_cursor* cursor, unsigned ahead, MDB_val* key);
+
+/* How keys compare: as bytes, the shorter first. */
+int kv_compare_keys(const MDB_val* left, const MDB_val* right);
+
+/* ---- Records by their number: keys of these many bytes, whose last four are the number, high byte first ---- */
+
+enum
+{
+    KV_RECORD_KEY_BYTES = 9
+};
+/* The leaf page that has the record if there is one; good as long as the transaction's snapshot. Null: not to be had like
+ * this, because the tree is empty or damaged. */
+const void* kv_record_leaf(MDB_txn* txn, const uint8_t key[KV_RECORD_KEY_BYTES]);
+/* The record in its leaf. 0: not there, or in pages of its own. */
+int kv_record_in_leaf(const void* leaf, const uint8_t key[KV_RECORD_KEY_BYTES], MDB_val* value);
+/* Have the processor fetch what a search in a leaf looks at first, and then the record. Neither waits for memory if the
+ * first was called some time before the second. */
+void kv_fetch_leaf(const void* leaf);
+void kv_fetch_record(const void* leaf, const uint8_t key[KV_RECORD_KEY_BYTES]);
+
 /* ---- Pages as they lie in a file, without an environment ---- */
 
 typedef struct kv_tree

@@ -44,6 +44,8 @@ public:
 
     // First thing in every access. Fails as the access does, or with ERROR_FILE_CORRUPT.
     DWORD Sync(CAccess& access);
+    // Whether Sync has nothing to do for an access that sees this version.
+    bool IsInStep(ULONGLONG ullVersion) const { return m_ullVersion == ullVersion && !m_bBatchEnding; }
     // Nothing of what is cached may be believed any more: a transaction was given up.
     void ForgetAll();
     // Ends the engine's batch, by committing or abandoning it, with the cache in step.

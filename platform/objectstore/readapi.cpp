@@ -115,43 +115,34 @@ DWORD Read(CDatabaseHandle& handle, WORD* pcPropID, const CEPROPID* rgPropID, co
     const WORD wCount = rgPropID ? *pcPropID : static_cast<WORD>(pShape->Count());
     const CReadPlan& plan = handle.PlanFor(*pShape, rgPropID, wCount);
     std::vector<CField>& varying = handle.scratchFields;
-    if (varying.size() < plan.varying.size()) varying.resize(plan.varying.size());
-    ULONGLONG cbNeeded = wCount * sizeof(CEPROPVAL);
-    for (size_t i = 0; i < plan.varying.size(); ++i) {
-        if (!view.GetVarying(plan.varying[i], varying[i])) return ERROR_FILE_CORRUPT;
-        cbNeeded += ExtraSize(varying[i]);
-    }
+    if (varying.size() < plan.VaryingCount()) varying.resize(plan.VaryingCount());
+    ULONGLONG cbNeeded;
+    if (!plan.Measure(view, varying.data(), cbNeeded)) return ERROR_FILE_CORRUPT;
     if (cbNeeded > 0x7FFFFFFF) return ERROR_NOT_ENOUGH_MEMORY;
     const DWORD cb = static_cast<DWORD>(cbNeeded);
     dwError = target.Provide(cb);
     if (dwError != ERROR_SUCCESS) return dwError;
-
-    CEPROPVAL* pValue = reinterpret_cast<CEPROPVAL*>(*target.ppBuffer);
-    BYTE* pExtra = reinterpret_cast<BYTE*>(pValue + wCount);
-    const CField* pVarying = varying.data();
-    for (const CReadPlan::CStep& step : plan.steps) {
-        pValue->propid = step.propid;
-        pValue->wLenData = 0;
-        pValue->wFlags = step.wFlags;
-        if (step.kind == ESlot::kVarying) {
-            StoreVarying(*pVarying, pValue->val, pExtra);
-            pExtra += ExtraSize(*pVarying++);
-        } else {
-            Store(&pValue->val, view.Number(step.kind, step.cbOffset));
-        }
-        ++pValue;
-    }
+    plan.Fill(view, varying.data(), *target.ppBuffer);
     *pcPropID = wCount;
     *target.pcbBuffer = cb;
     oid = handle.Current();
     if (handle.IsAutoIncrement()) handle.Advance(access);
-    return plan.bAny ? ERROR_SUCCESS : ERROR_NO_DATA;
+    return plan.FindsAny() ? ERROR_SUCCESS : ERROR_NO_DATA;
 }
 
 } // namespace
 
 CEOID WINAPI CeSeekDatabaseEx(HANDLE hDatabase, DWORD dwSeekType, DWORD dwValue, WORD wNumVals, LPDWORD lpdwIndex)
 {
+    // A walk's step. What cannot be done like this is tried again the long way.
+    if (dwSeekType == CEDB_SEEK_CURRENT && dwValue == 1 && !lpdwIndex) {
+        const CPin pin(hDatabase, CHandleObject::kDatabase);
+        CEOID oid;
+        if (pin.Get() && static_cast<CDatabaseHandle*>(pin.Get())->StepQuickly(oid)) {
+            if (!oid) ::SetLastError(ERROR_NO_MORE_ITEMS);
+            return oid;
+        }
+    }
     return AnswerQuickly(CEOID{0}, [&](CEOID& oid) -> DWORD {
         const CPin pin(hDatabase, CHandleObject::kDatabase);
         if (!pin.Get()) return ERROR_INVALID_PARAMETER;
@@ -167,6 +158,15 @@ CEOID WINAPI CeSeekDatabase(HANDLE hDatabase, DWORD dwSeekType, DWORD dwValue, L
 CEOID WINAPI CeReadRecordPropsEx(HANDLE hDbase, DWORD dwFlags, LPWORD lpcPropID, CEPROPID* rgPropID, LPBYTE* lplpBuffer,
                                  LPDWORD lpcbBuffer, HANDLE hHeap)
 {
+    // A walk's read, likewise.
+    if (lpcPropID && *lpcPropID && rgPropID && lplpBuffer && *lplpBuffer && lpcbBuffer &&
+        !(dwFlags & ~CEDB_ALLOWREALLOC)) {
+        const CPin pin(hDbase, CHandleObject::kDatabase);
+        CEOID oid;
+        if (pin.Get() &&
+            static_cast<CDatabaseHandle*>(pin.Get())->ReadQuickly(rgPropID, *lpcPropID, *lplpBuffer, *lpcbBuffer, oid))
+            return oid;
+    }
     return AnswerQuickly(CEOID{0}, [&](CEOID& oid) -> DWORD {
         if (!lpcPropID || (rgPropID && *lpcPropID == 0) || !lplpBuffer || !lpcbBuffer || (dwFlags & ~CEDB_ALLOWREALLOC))
             return ERROR_INVALID_PARAMETER;

@@ -236,25 +236,4 @@ bool MeasureText(const wchar_t* psz, DWORD cchMax, CField& field)
     return true;
 }
 
-void ExpandText(wchar_t* pTo, const CField& field)
-{
-    const DWORD cch = field.cch;
-    pTo[cch] = 0;
-    if (field.form != CField::kNarrow) {
-        CopyBytes(reinterpret_cast<BYTE*>(pTo), field.p, cch * sizeof(wchar_t));
-        return;
-    }
-    const __m128i zero = _mm_setzero_si128();
-    const auto expand8 = [&](DWORD i) {
-        const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(field.p + i));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(pTo + i), _mm_unpacklo_epi8(bytes, zero));
-    };
-    if (cch < 8) {
-        for (DWORD i = 0; i < cch; ++i) pTo[i] = field.p[i];
-        return;
-    }
-    for (DWORD i = 0; i + 8 <= cch; i += 8) expand8(i);
-    expand8(cch - 8); // the rest, and some of it a second time
-}
-
 } // namespace store

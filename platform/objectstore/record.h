@@ -77,6 +77,15 @@ public:
     static bool ShapeOf(CBytes value, WORD& wShape, CBytes& inlineList);
 
     bool Attach(CBytes value, const CShape& shape);
+    // The same for a shape of the dictionary, whose fixed part has this size.
+    bool Attach(CBytes value, DWORD cbFixed)
+    {
+        if (value.cb < sizeof(WORD) || value.cb - sizeof(WORD) < cbFixed) return false;
+        m_pFixed = value.p + sizeof(WORD);
+        m_pPacked = m_pFixed + cbFixed;
+        m_cbPacked = static_cast<DWORD>(value.cb - sizeof(WORD) - cbFixed);
+        return true;
+    }
     const CShape& Shape() const { return *m_pShape; }
 
     // The value in a slot of the shape.
@@ -143,7 +152,14 @@ DWORD DataSize(const CField& field);
 bool MeasureText(const wchar_t* psz, DWORD cchMax, CField& field);
 
 // Writes a text's characters, wide, and its terminator.
-void ExpandText(wchar_t* pTo, const CField& field);
+inline void ExpandText(wchar_t* pTo, const CField& field)
+{
+    pTo[field.cch] = 0;
+    if (field.form == CField::kNarrow)
+        WidenBytes(pTo, field.p, field.cch);
+    else
+        CopyBytes(reinterpret_cast<BYTE*>(pTo), field.p, field.cch * sizeof(wchar_t));
+}
 
 } // namespace store
 

@@ -84,9 +84,14 @@ DWORD CVolumeState::MakeRoom(size_t cb)
     LARGE_INTEGER cbFile;
     if (!::GetFileSizeEx(hFile, &cbFile)) return ::GetLastError();
     const DWORD cbOld = cbFile.LowPart / kPageBytes * kPageBytes;
-    DWORD cbStep = std::clamp(cbOld / 4, kSmallestStep, kLargestStep) / kPageBytes * kPageBytes;
+    const DWORD cbWanted = bBatch ? std::clamp(cbOld, kSmallestStep, kLargestBatchStep)
+                                  : std::clamp(cbOld / 4, kSmallestStep, kLargestStep);
+    DWORD cbStep = cbWanted / kPageBytes * kPageBytes;
     cbStep = std::max(cbStep, dwNeeded * kPageBytes);
-    if (cbStep > kLargestFile || cbOld > kLargestFile - cbStep) return ERROR_DISK_FULL;
+    if (cbStep > kLargestFile || cbOld > kLargestFile - cbStep) {
+        cbStep = dwNeeded * kPageBytes;
+        if (cbStep > kLargestFile || cbOld > kLargestFile - cbStep) return ERROR_DISK_FULL;
+    }
     // Space is taken by writing zeros: on a sparse file a full disk would show as an access violation in the map.
     static const BYTE rgZeros[64 * 1024] = {};
     for (DWORD cbDone = 0; cbDone < cbStep;) {

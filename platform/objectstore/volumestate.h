@@ -17,14 +17,14 @@ namespace store {
 
 constexpr MDB_dbi kMainTree = 1; // LMDB's number of the unnamed tree
 
-// A file grows by a quarter of its size at a time, within these bounds. Each growth maps it anew.
+// A file grows by a quarter of its size at a time, in a batch to twice its size, within these bounds. Each growth maps it
+// anew, which the system makes a batch pay for with each page that it touches afterwards.
 constexpr DWORD kSmallestStep = 64 * kPageBytes;
 constexpr DWORD kLargestStep = 4 << 20;
+constexpr DWORD kLargestBatchStep = 16 << 20;
 constexpr DWORD kLargestFile = KV_MAX_PAGES * kPageBytes - kLargestStep;
 
 DWORD ToWin32(int rc);
-// How the map's keys compare: as bytes, the shorter first.
-int CompareKeys(const MDB_val* pA, const MDB_val* pB);
 
 class CScopedFile
 {
