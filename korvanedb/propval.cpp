@@ -15,9 +15,90 @@ long RaiseIncompatible(unsigned long ulLine)
     return 0;
 }
 
-// A DATE as it stands, with no time zone, as a FILETIME.
+void SetDouble(VARIANT& target, VARTYPE type, double d)
+{
+    ULONGLONG ullBits;
+    std::memcpy(&ullBits, &d, sizeof ullBits);
+    SetPlain(target, type, ullBits);
+}
+
+// ---- Dates and file times ------------------------------------------------------------------------------------------
+//
+// As they stand, with no time zone. The system takes two calls for each way, which cost as much as reading the rest of a
+// record. Most times are whole seconds, and those are converted here, if the system agrees.
+
+constexpr DWORD kSecondsOfDay = 86400;
+constexpr ULONGLONG kSecond = 10000000; // of a FILETIME
+constexpr int kFirstDay = 109205;       // DATE 0, counted from FILETIME 0
+constexpr int kDays = 2958466;          // that there are from DATE 0 until the year 10000
+
+// What the system makes of a whole second from DATE 0 on. False: the time is none.
+bool DateOfSecond(const FILETIME& time, DATE& date)
+{
+    const ULONGLONG ullTime = static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+    const ULONGLONG ullSeconds = ullTime / kSecond;
+    if (ullSeconds * kSecond != ullTime || ullSeconds >= static_cast<ULONGLONG>(kFirstDay + kDays) * kSecondsOfDay)
+        return false;
+    const int nDay = static_cast<int>(ullSeconds / kSecondsOfDay);
+    if (nDay < kFirstDay) return false;
+    const DWORD dwSecond = static_cast<DWORD>(ullSeconds - static_cast<ULONGLONG>(nDay) * kSecondsOfDay);
+    // The system adds wider numbers up and rounds once.
+    date = static_cast<DATE>(nDay - kFirstDay + dwSecond / static_cast<long double>(kSecondsOfDay));
+    return true;
+}
+
+// The other way, for a DATE that is just what a whole second gives.
+bool SecondOfDate(DATE date, FILETIME& time)
+{
+    if (!(date >= 0 && date < kDays)) return false;
+    const int nDay = static_cast<int>(date);
+    const DWORD dwSecond = static_cast<DWORD>((date - nDay) * kSecondsOfDay + 0.5);
+    const ULONGLONG ullTime = (static_cast<ULONGLONG>(kFirstDay + nDay) * kSecondsOfDay + dwSecond) * kSecond;
+    time = {static_cast<DWORD>(ullTime), static_cast<DWORD>(ullTime >> 32)};
+    DATE same;
+    return DateOfSecond(time, same) && same == date;
+}
+
+long DateBySystem(const FILETIME& time, DATE& date)
+{
+    UDATE dt = {};
+    if (!::FileTimeToSystemTime(&time, &dt.st)) KORVANE_RAISE(kSource, 206, E_FAIL, L"FileTimeToSystemTime failed");
+    return ::VarDateFromUdate(&dt, 0, &date);
+}
+
+// Tries the system's conversions on some times from 2003 on: they must be the same to the last bit.
+bool TryOut()
+{
+    DWORD dwRandom = 1;
+    for (int i = 0; i < 100; ++i) {
+        dwRandom = dwRandom * 1664525 + 1013904223;
+        const ULONGLONG ullTime = (12700000000ULL + dwRandom % 2000000000) * kSecond;
+        const FILETIME time = {static_cast<DWORD>(ullTime), static_cast<DWORD>(ullTime >> 32)};
+        FILETIME back = {}, backThere = {};
+        UDATE dt = {};
+        DATE here, there;
+        if (!DateOfSecond(time, here) || DateBySystem(time, there) != 0 || here != there) return false;
+        if (!SecondOfDate(there, back) || FAILED(::VarUdateFromDate(there, 0, &dt)) ||
+            !::SystemTimeToFileTime(&dt.st, &backThere) || ::CompareFileTime(&back, &backThere) != 0)
+            return false;
+    }
+    return true;
+}
+
+bool SystemAgrees()
+{
+    static const bool bAgrees = TryOut();
+    return bAgrees;
+}
+
+long DateFromFileTime(const FILETIME& time, DATE& date)
+{
+    return SystemAgrees() && DateOfSecond(time, date) ? 0 : DateBySystem(time, date);
+}
+
 long FileTimeFromDate(DATE date, FILETIME& time)
 {
+    if (SystemAgrees() && SecondOfDate(date, time)) return 0;
     UDATE dt = {};
     const HRESULT hrDate = ::VarUdateFromDate(date, 0, &dt);
     if (FAILED(hrDate)) return hrDate;
@@ -26,13 +107,6 @@ long FileTimeFromDate(DATE date, FILETIME& time)
     KORVANE_TRACE(kSource, 143, "dt.st", dt.st);
     KORVANE_RAISE(kSource, 144, HRESULT_FROM_WIN32(dwError), L"Call to SystemTimeToFileTime(...) failed");
     return 0;
-}
-
-long DateFromFileTime(const FILETIME& time, DATE& date)
-{
-    UDATE dt = {};
-    if (!::FileTimeToSystemTime(&time, &dt.st)) KORVANE_RAISE(kSource, 206, E_FAIL, L"FileTimeToSystemTime failed");
-    return ::VarDateFromUdate(&dt, 0, &date);
 }
 
 } // namespace
@@ -84,49 +158,44 @@ long CRow::getPropvalFromVariant(_CEPROPVAL* prop, const _variant_t& value)
 
 long CRow::getVariantFromPropval(_CEPROPVAL* prop, _variant_t& value)
 {
-    VARIANT result = {};
-    V_VT(&result) = VT_NULL;
     if (prop->wFlags & CEDB_PROPNOTFOUND) {
-        SetPlain(value, result);
+        SetPlain(value, VT_NULL, 0);
         return 0;
     }
+    const auto& val = prop->val;
     switch (TypeFromPropID(prop->propid)) {
     case CEVT_I2:
-        V_VT(&result) = VT_I2;
-        V_I2(&result) = prop->val.iVal;
-        break;
+        SetPlain(value, VT_I2, val.uiVal);
+        return 0;
     case CEVT_UI2:
-        V_VT(&result) = VT_UI2;
-        V_UI2(&result) = prop->val.uiVal;
-        break;
+        SetPlain(value, VT_UI2, val.uiVal);
+        return 0;
     case CEVT_I4:
-        V_VT(&result) = VT_I4;
-        V_I4(&result) = prop->val.lVal;
-        break;
+        SetPlain(value, VT_I4, val.ulVal);
+        return 0;
     case CEVT_UI4:
-        V_VT(&result) = VT_UI4;
-        V_UI4(&result) = prop->val.ulVal;
-        break;
+        SetPlain(value, VT_UI4, val.ulVal);
+        return 0;
     case CEVT_R8:
-        V_VT(&result) = VT_R8;
-        V_R8(&result) = prop->val.dblVal;
-        break;
+        SetDouble(value, VT_R8, val.dblVal);
+        return 0;
     case CEVT_BOOL:
-        V_VT(&result) = VT_BOOL;
-        V_BOOL(&result) = prop->val.boolVal ? VARIANT_TRUE : VARIANT_FALSE;
-        break;
+        SetPlain(value, VT_BOOL, static_cast<WORD>(val.boolVal ? VARIANT_TRUE : VARIANT_FALSE));
+        return 0;
     case CEVT_LPWSTR:
-        if (prop->val.lpwstr) {
-            SetText(value, prop->val.lpwstr, wcslen(prop->val.lpwstr) * sizeof(wchar_t));
-            return 0;
+        if (val.lpwstr) {
+            SetText(value, val.lpwstr, TextLength(val.lpwstr) * sizeof(wchar_t));
+        } else {
+            SetPlain(value, VT_EMPTY, 0);
+            V_VT(&value) = VT_BSTR;
         }
-        V_VT(&result) = VT_BSTR;
-        break;
+        return 0;
     case CEVT_FILETIME: {
-        const long hr = DateFromFileTime(prop->val.filetime, V_DATE(&result));
+        DATE date;
+        const long hr = DateFromFileTime(val.filetime, date);
         if (hr < 0) return hr;
-        V_VT(&result) = VT_DATE;
-        break;
+        SetDouble(value, VT_DATE, date);
+        return 0;
     }
     case CEVT_BLOB:
         KORVANE_RAISE(kSource, 238, E_NOTIMPL, L"Blob type not ipmlemented");
@@ -135,8 +204,6 @@ long CRow::getVariantFromPropval(_CEPROPVAL* prop, _variant_t& value)
         KORVANE_RAISE(kSource, 241, E_FAIL, L"Unknown data type");
         return 0;
     }
-    SetPlain(value, result);
-    return 0;
 }
 
 } // namespace KorvaneDB

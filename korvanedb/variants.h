@@ -11,6 +11,7 @@
 #include <comdef.h>
 #include <windows.h>
 
+#include <cstddef>
 #include <cstring>
 
 namespace KorvaneDB {
@@ -34,21 +35,68 @@ inline bool IsPlain(const VARIANT& value)
     }
 }
 
-// Overwrites a variant with a plain value.
-inline void SetPlain(VARIANT& target, const VARIANT& value)
+// Empties a variant, unless it is a plain one that can be written over.
+inline void MakeRoom(VARIANT& target)
 {
-    if (!IsPlain(target)) {
-        const HRESULT hr = ::VariantClear(&target);
-        if (FAILED(hr)) _com_issue_error(hr);
+    if (IsPlain(target)) return;
+    const HRESULT hr = ::VariantClear(&target);
+    if (FAILED(hr)) _com_issue_error(hr);
+}
+
+// Makes a variant a plain value: its type and its bits.
+inline void SetPlain(VARIANT& target, VARTYPE type, ULONGLONG ullBits)
+{
+    MakeRoom(target);
+    const ULONGLONG ullHead = type;
+    static_assert(offsetof(VARIANT, lVal) == sizeof ullHead, "type and reserved fields, then the value");
+    std::memcpy(static_cast<void*>(&target), &ullHead, sizeof ullHead);
+    std::memcpy(&V_I4(&target), &ullBits, sizeof ullBits);
+}
+
+// The bytes of a string that is not null: they stand before its first character.
+inline UINT ByteLength(BSTR text)
+{
+    UINT cb;
+    std::memcpy(&cb, reinterpret_cast<const char*>(text) - sizeof cb, sizeof cb);
+    return cb;
+}
+
+// A text's characters up to its terminator, two at a time: a field's text is often as long as its name.
+inline UINT TextLength(const wchar_t* pText)
+{
+    UINT cch = 0;
+    if (reinterpret_cast<UINT_PTR>(pText) % sizeof(DWORD) !=
+        0) { // what follows does not read beyond the text's last word
+        if (!pText[0]) return 0;
+        cch = 1;
     }
-    target = value;
+    for (;; cch += 2) {
+        DWORD dwTwo;
+        std::memcpy(&dwTwo, pText + cch, sizeof dwTwo);
+        // A borrow out of a half that is zero is the only way for its highest bit to come to be set anew.
+        if ((dwTwo - 0x00010001) & ~dwTwo & 0x80008000) return cch + ((dwTwo & 0xFFFF) != 0);
+    }
+}
+
+// Copies texts, which are short: a call of the C library costs as much as the copy.
+inline void CopyText(void* pTo, const void* pFrom, UINT cb)
+{
+    char* p = static_cast<char*>(pTo);
+    const char* pf = static_cast<const char*>(pFrom);
+    if (cb > 256) {
+        std::memcpy(p, pf, cb);
+        return;
+    }
+    for (; cb >= 16; cb -= 16, p += 16, pf += 16) std::memcpy(p, pf, 16);
+    for (; cb >= 4; cb -= 4, p += 4, pf += 4) std::memcpy(p, pf, 4);
+    for (; cb; --cb) *p++ = *pf++;
 }
 
 // Makes a variant a text of cb bytes. The string that it holds is used again when it is as long.
 inline void SetText(VARIANT& target, const void* pText, UINT cb)
 {
-    if (V_VT(&target) == VT_BSTR && V_BSTR(&target) && ::SysStringByteLen(V_BSTR(&target)) == cb) {
-        std::memcpy(V_BSTR(&target), pText, cb);
+    if (V_VT(&target) == VT_BSTR && V_BSTR(&target) && ByteLength(V_BSTR(&target)) == cb) {
+        CopyText(V_BSTR(&target), pText, cb);
         return;
     }
     const BSTR pNew = ::SysAllocStringByteLen(static_cast<const char*>(pText), cb);
@@ -68,9 +116,10 @@ inline void SetText(VARIANT& target, const void* pText, UINT cb)
 inline void Copy(_variant_t& target, const _variant_t& value)
 {
     if (IsPlain(value)) {
-        SetPlain(target, value);
+        MakeRoom(target);
+        static_cast<VARIANT&>(target) = value;
     } else if (V_VT(&value) == VT_BSTR && V_BSTR(&value) && &target != &value) {
-        SetText(target, V_BSTR(&value), ::SysStringByteLen(V_BSTR(&value)));
+        SetText(target, V_BSTR(&value), ByteLength(V_BSTR(&value)));
     } else {
         target = value;
     }

@@ -1,6 +1,9 @@
 // Conversions between property values and variants.
 #include "db_fixture.h"
 
+#include <iomanip>
+#include <random>
+
 class PropvalTest : public CDbTest
 {
 protected:
@@ -157,6 +160,77 @@ TEST_F(PropvalTest, ADateBecomesItsFileTimeWithoutTimeZone)
         EXPECT_EQ(0, CRow::getVariantFromPropval(&prop, back));
         EXPECT_EQ(VT_DATE, V_VT(&back));
         EXPECT_NEAR(c.dDate, V_DATE(&back), 1e-9);
+    }
+}
+
+TEST_F(PropvalTest, EveryFileTimeBecomesTheDateThatTheSystemMakesOfIt)
+{
+    constexpr ULONGLONG kSecond = 10000000, kDay = 86400 * kSecond, kDateZero = 109205 * kDay;
+    std::vector<ULONGLONG> times = {0,
+                                    1,
+                                    kDateZero - kSecond,
+                                    kDateZero,
+                                    kDateZero + kSecond,
+                                    kDateZero + kDay - kSecond,
+                                    (109205 + 2958465) * kDay,
+                                    (109205 + 2958466) * kDay - kSecond};
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        const ULONGLONG ull = random() % ((109205 + 2958466) * kDay);
+        times.push_back(i % 4 == 0 ? ull : ull / kSecond * kSecond); // most are whole seconds
+    }
+    for (const ULONGLONG ull : times) {
+        const FILETIME time = {static_cast<DWORD>(ull), static_cast<DWORD>(ull >> 32)};
+        UDATE parts = {};
+        DATE expected = -1;
+        ASSERT_TRUE(::FileTimeToSystemTime(&time, &parts.st)) << ull;
+        ASSERT_EQ(S_OK, ::VarDateFromUdate(&parts, 0, &expected)) << ull;
+        CEPROPVAL prop = Filled(CEVT_FILETIME);
+        prop.val.filetime = time;
+        _variant_t value(L"a text before");
+        ASSERT_EQ(0, CRow::getVariantFromPropval(&prop, value)) << ull;
+        ASSERT_EQ(VT_DATE, V_VT(&value));
+        ASSERT_EQ(expected, V_DATE(&value)) << ull;
+    }
+}
+
+TEST_F(PropvalTest, EveryDateBecomesTheFileTimeThatTheSystemMakesOfIt)
+{
+    std::vector<DATE> dates = {0,     0.5, 1,     2958465, 2958465.5, 36526.25, 36526 + 1e-9, 40000 - 1e-9,
+                               -0.25, -1,  -1.75, -100000};
+    std::mt19937_64 random(8);
+    for (int i = 0; i < 20000; ++i) {
+        const DATE seconds = static_cast<DATE>(random() % (2958466ULL * 86400));
+        const DATE date = seconds / 86400;
+        dates.push_back(i % 4 == 0 ? date + static_cast<DATE>(random() % 1000) / 86400000 : date);
+    }
+    for (const DATE date : dates) {
+        UDATE parts = {};
+        FILETIME expected = {};
+        ASSERT_EQ(S_OK, ::VarUdateFromDate(date, 0, &parts)) << date;
+        ASSERT_TRUE(::SystemTimeToFileTime(&parts.st, &expected)) << date;
+        CEPROPVAL prop = Filled(CEVT_FILETIME);
+        ASSERT_EQ(0, CRow::getPropvalFromVariant(&prop, Date(date))) << date;
+        ASSERT_EQ(0, ::CompareFileTime(&expected, &prop.val.filetime)) << std::setprecision(20) << date;
+    }
+}
+
+TEST_F(PropvalTest, ATextOfAnyLengthIsCopiedUpToItsTerminatorWhereverItBegins)
+{
+    for (size_t nLength = 0; nLength < 70; ++nLength) {
+        for (size_t nStart = 0; nStart < 4; ++nStart) {
+            std::vector<wchar_t> room(nStart, L'#');
+            for (size_t i = 0; i < nLength; ++i) room.push_back(static_cast<wchar_t>(i % 3 == 0 ? 0x100 : 0x8000 + i));
+            room.push_back(0);
+            const std::wstring expected(room.data() + nStart, nLength);
+            CEPROPVAL prop = Filled(CEVT_LPWSTR);
+            prop.val.lpwstr = room.data() + nStart;
+            _variant_t value(nLength % 2 ? expected.c_str() : L""); // what is there is used again, or replaced
+            ASSERT_EQ(0, CRow::getVariantFromPropval(&prop, value));
+            ASSERT_EQ(VT_BSTR, V_VT(&value));
+            ASSERT_EQ(expected, std::wstring(V_BSTR(&value), ::SysStringLen(V_BSTR(&value))))
+                << nLength << ' ' << nStart;
+        }
     }
 }
 
