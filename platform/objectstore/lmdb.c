@@ -469,13 +469,16 @@ const void* kv_record_leaf(MDB_txn* txn, const uint8_t key[KV_RECORD_KEY_BYTES])
     MDB_env* const env = txn->mt_env;
     pgno_t number = txn->mt_dbs[MAIN_DBI].md_root;
     unsigned depth;
+    int place;
     if (txn->mt_flags & MDB_TXN_BLOCKED) return NULL;
     for (depth = txn->mt_dbs[MAIN_DBI].md_depth; depth && number < txn->mt_next_pgno; depth--) {
         const MDB_page* const page = (const MDB_page*)(env->me_map + (size_t)KV_PAGE_BYTES * number);
         if (!kv_page_is_sound(env, page, number, txn->mt_next_pgno)) return NULL;
         if (IS_LEAF(page)) return page;
         if (!IS_BRANCH(page)) return NULL;
-        number = NODEPGNO(NODEPTR(page, last_not_above(page, key, 1)));
+        place = last_not_above(page, key, 1);
+        if (place < 0) return NULL;
+        number = NODEPGNO(NODEPTR(page, place));
     }
     return NULL;
 }
