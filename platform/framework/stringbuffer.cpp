@@ -75,13 +75,6 @@ void CString::Reserve(int nAllocLength)
     }
 }
 
-// REQUIRES: the record is private and has the room.
-void CString::SetLength(int nLength)
-{
-    GetData()->nDataLength = nLength;
-    m_pchData[nLength] = 0;
-}
-
 // pch may point into this string.
 void CString::Assign(LPCTSTR pch, int nLength)
 {
@@ -145,14 +138,6 @@ void CString::ReleaseBuffer(int nNewLength)
     if (IsNil()) return;
     CopyBeforeWrite();
     SetLength(nNewLength);
-}
-
-LPTSTR CString::GetBufferSetLength(int nNewLength)
-{
-    if (nNewLength < 0) nNewLength = 0;
-    Reserve(nNewLength);
-    SetLength(nNewLength);
-    return m_pchData;
 }
 
 void CString::FreeExtra()

@@ -160,8 +160,18 @@ public:
     // is looked for only inside the buffer; more than the buffer holds is cut.
     LPTSTR GetBuffer(int nMinLength);
     void ReleaseBuffer(int nNewLength = -1);
-    LPTSTR GetBufferSetLength(int nNewLength); // the length is nNewLength at once; what is behind the text is undefined
-    void FreeExtra();                          // reallocates to exactly the length
+    // The length is nNewLength at once; what is behind the text is undefined.
+    LPTSTR GetBufferSetLength(int nNewLength)
+    {
+        // Below 0 is beyond any length.
+        if (!IsPrivate() || static_cast<UINT>(nNewLength) > static_cast<UINT>(GetAllocLength())) {
+            if (nNewLength < 0) nNewLength = 0;
+            Reserve(nNewLength);
+        }
+        SetLength(nNewLength);
+        return m_pchData;
+    }
+    void FreeExtra(); // reallocates to exactly the length
     // While locked the string shares with nobody: it is copied out of, and assignments copy into it.
     LPTSTR LockBuffer();
     void UnlockBuffer();
@@ -182,7 +192,12 @@ private:
     {
         if (!IsEmpty()) Reserve(GetLength());
     }
-    void SetLength(int nLength);
+    // REQUIRES: the record is private and has the room.
+    void SetLength(int nLength)
+    {
+        GetData()->nDataLength = nLength;
+        m_pchData[nLength] = 0;
+    }
     void Assign(LPCTSTR pch, int nLength);
     void AssignNarrow(LPCSTR pch, int nLength);
     void Append(LPCTSTR pch, int nLength);
