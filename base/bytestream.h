@@ -6,8 +6,9 @@
 // Errors     as in base/stream.h. Reading past the end gives zeros, writing past the capacity loses the bytes but
 //            counts them; both set STREAM_E_EOF.
 //
-// A stream of exactly one of these classes reads and writes whole values at once. In a subclass everything goes byte by
-// byte through the slots, whichever of them it overrides.
+// A stream of exactly one of these classes reads and writes whole values at once; where the caller knows it as what it
+// is, and not as one of the interfaces, numbers do not even take a call. In a subclass everything goes byte by byte
+// through the slots, whichever of them it overrides. Bytes, positions and errors are the same all three ways.
 //
 //     unsigned char record[64];
 //     CByteOutputStream out(record, sizeof record);
@@ -23,11 +24,26 @@
 
 #include "base/stream.h"
 
+#include <cstring>
+#include <type_traits>
+#include <typeinfo>
+
+namespace KorvaneIO {
+
+template <class T, class... Types> constexpr bool kIsOneOf = (std::is_same_v<T, Types> || ...);
+// The types of number that have a slot of their own.
+template <class T>
+constexpr bool kIsNumber = kIsOneOf<T, float, double, bool, unsigned int, int, unsigned char, char, unsigned short,
+                                    short, unsigned long, long>;
+
+} // namespace KorvaneIO
+
+// Both classes leave the interface's operators as they are and have functions beside them that are preferred for an
+// object whose static type is the class itself: these give back the class, so that a chain stays with it. A subclass, a
+// temporary object and any type that would have to be converted go to the interface's operators.
 class KORVANE_API CByteOutputStream : public COutputStream
 {
 public:
-    using COutputStream::operator<<;
-
     // `capacity` is in bytes. A null `buffer` with capacity 0 is allowed: such a stream only counts.
     CByteOutputStream(unsigned char* buffer, unsigned long capacity);
 
@@ -42,28 +58,59 @@ public:
     // of its own and drops that. It is there for a debugger to stop in; nothing is written to the log or elsewhere.
     void DUMP_CONTENT() override;
 
-    COutputStream& operator<<(float value) override;
-    COutputStream& operator<<(double value) override;
-    COutputStream& operator<<(const CString& value) override;
-    COutputStream& operator<<(const wchar_t* text) override;
-    COutputStream& operator<<(const char* text) override;
-    COutputStream& operator<<(bool value) override;
-    COutputStream& operator<<(unsigned int value) override;
-    COutputStream& operator<<(int value) override;
-    COutputStream& operator<<(unsigned char value) override;
-    COutputStream& operator<<(char value) override;
-    COutputStream& operator<<(unsigned short value) override;
-    COutputStream& operator<<(short value) override;
-    COutputStream& operator<<(unsigned long value) override;
-    COutputStream& operator<<(long value) override;
+    template <class Stream, class T>
+    friend std::enable_if_t<std::is_same_v<Stream, CByteOutputStream> && KorvaneIO::kIsNumber<T>, Stream&>
+    operator<<(Stream& out, T value)
+    {
+        if (!Put(out, value)) static_cast<COutputStream&>(out) << value;
+        return out;
+    }
+    template <class Stream, class T>
+    friend std::enable_if_t<std::is_same_v<Stream, CByteOutputStream> && std::is_same_v<T, CString>, Stream&>
+    operator<<(Stream& out, const T& text)
+    {
+        if (!PutText(out, text)) static_cast<COutputStream&>(out) << text;
+        return out;
+    }
 
 private:
-    friend class COutputStream; // WriteBytes
+    friend class COutputStream;
 
-    unsigned char* Take(unsigned long bytes);
-    template <class T> bool Put(T value);
+    // Whether the stream is of exactly this class. A subclass may have overridden any slot, and then nothing but going
+    // through the slots is right. Addresses of type records are compared, not the records: a second record of the class
+    // could at worst cost speed. A host without such records goes through the slots, where the library finds out.
+    static bool IsPlain([[maybe_unused]] const COutputStream& stream)
+    {
+#ifdef __cpp_rtti
+        return &typeid(stream) == s_pType;
+#else
+        return false;
+#endif
+    }
+    // Values at once: false, with nothing changed, when one has to go byte by byte, because it does not fit whole or
+    // because the stream is not plain.
+    template <class T> static bool Put(COutputStream& stream, T value)
+    {
+        if (!IsPlain(stream)) return false;
+        CByteOutputStream& self = static_cast<CByteOutputStream&>(stream);
+        const unsigned long position = self.m_cbPosition;
+        if (position > self.m_cbCapacity || sizeof value > self.m_cbCapacity - position) return false;
+        std::memcpy(self.m_pBuffer + position, &value, sizeof value);
+        // Behind the value, which for all that the compiler knows might lie anywhere: so it need not read this again.
+        self.m_cbPosition = position + sizeof value;
+        return true;
+    }
+    static bool Put(COutputStream& stream, bool value)
+    {
+        return Put(stream, static_cast<unsigned short>(value));
+    }
+    static bool PutText(COutputStream& stream, const CString& text);
+    static bool PutText(COutputStream& stream, const wchar_t* text);
+    static bool PutText(COutputStream& stream, const char* text);
+    static unsigned long PutBytes(COutputStream& stream, const unsigned char* data, unsigned long count);
     unsigned char* TakeText(size_t units, const void* text, size_t textBytes);
-    static unsigned long WriteAtOnce(COutputStream& stream, const unsigned char* data, unsigned long count);
+
+    static const std::type_info* const s_pType; // the class's own, where its objects find it
 
     unsigned char* m_pBuffer;       // the caller's; may be null when the capacity is 0
     unsigned long m_cbCapacity;     // bytes in it
@@ -75,8 +122,6 @@ namespace KorvaneIO {
 class KORVANE_API CByteInputStream : public CInputStream
 {
 public:
-    using CInputStream::operator>>;
-
     // `size` is in bytes. A null `data` with size 0 is allowed.
     CByteInputStream(unsigned char* data, unsigned long size);
 
@@ -88,22 +133,78 @@ public:
     int setCurrentPosition(long position) override;
     int getCurrentStreamPosition(long& position) override;
 
-    CInputStream& operator>>(float& value) override;
-    CInputStream& operator>>(double& value) override;
-    CInputStream& operator>>(CString& value) override;
-    CInputStream& operator>>(bool& value) override;
-    CInputStream& operator>>(unsigned int& value) override;
-    CInputStream& operator>>(int& value) override;
-    CInputStream& operator>>(unsigned char& value) override;
-    CInputStream& operator>>(char& value) override;
-    CInputStream& operator>>(unsigned short& value) override;
-    CInputStream& operator>>(short& value) override;
-    CInputStream& operator>>(unsigned long& value) override;
-    CInputStream& operator>>(long& value) override;
+    template <class Stream, class T>
+    friend std::enable_if_t<std::is_same_v<Stream, CByteInputStream> && kIsNumber<T>, Stream&> operator>>(Stream& in,
+                                                                                                          T& value)
+    {
+        if (!Get(in, value)) static_cast<CInputStream&>(in) >> value;
+        return in;
+    }
+    template <class Stream, class T>
+    friend std::enable_if_t<std::is_same_v<Stream, CByteInputStream> && std::is_same_v<T, CString>, Stream&>
+    operator>>(Stream& in, T& text)
+    {
+        unsigned long count = 0;
+        if (const unsigned char* const units = TakeText(in, count)) {
+            SetText(text, units, count);
+        } else {
+            static_cast<CInputStream&>(in) >> text;
+        }
+        return in;
+    }
 
 private:
-    bool IsPlain() const;
-    template <class T> bool Get(T& value);
+    friend class CInputStream;
+
+    // As the output stream's.
+    static bool IsPlain([[maybe_unused]] const CInputStream& stream)
+    {
+#ifdef __cpp_rtti
+        return &typeid(stream) == s_pType;
+#else
+        return false;
+#endif
+    }
+    template <class T> static bool Get(CInputStream& stream, T& value)
+    {
+        if (!IsPlain(stream)) return false;
+        CByteInputStream& self = static_cast<CByteInputStream&>(stream);
+        const unsigned long position = self.m_cbPosition;
+        if (sizeof value > self.m_cbSize - position) return false;
+        std::memcpy(&value, self.m_pData + position, sizeof value);
+        self.m_cbPosition = position + sizeof value;
+        return true;
+    }
+    static bool Get(CInputStream& stream, bool& value)
+    {
+        unsigned short bits = 0;
+        if (!Get(stream, bits)) return false;
+        value = (bits & 0xFF) != 0;
+        return true;
+    }
+    // The units of a text that is there as a whole, as nearly all are, and their number; else null.
+    static const unsigned char* TakeText(CInputStream& stream, unsigned long& count)
+    {
+        if (!IsPlain(stream) || stream.getError() == STREAM_E_EOF) return nullptr;
+        CByteInputStream& self = static_cast<CByteInputStream&>(stream);
+        const unsigned long position = self.m_cbPosition, left = self.m_cbSize - position;
+        if (left < sizeof count) return nullptr;
+        std::memcpy(&count, self.m_pData + position, sizeof count);
+        if (count > (left - sizeof count) / 2) return nullptr;
+        self.m_cbPosition = position + sizeof count + 2 * count;
+        return self.m_pData + position + sizeof count;
+    }
+    static void SetText(CString& text, const unsigned char* units, unsigned long count)
+    {
+        // The old text's buffer will do when it is large enough and not so large that a short text would hold on to
+        // much.
+        constexpr unsigned long kSpare = 64;
+        if (count == 0 || text.GetAllocLength() - count > kSpare) text.Empty();
+        if (count != 0) CopyUnits(text.GetBufferSetLength(count), units, count);
+    }
+    static void CopyUnits(wchar_t* target, const unsigned char* source, size_t units);
+
+    static const std::type_info* const s_pType; // the class's own, where its objects find it
 
     unsigned char* m_pData;         // the caller's; may be null when the size is 0
     unsigned long m_cbSize;         // bytes in it

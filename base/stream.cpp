@@ -2,6 +2,34 @@
 
 #include "base/bytestream.h"
 
+// Bytewise parts stand outside the operators, so that whole values, which are most, do not pay for their registers.
+namespace {
+
+[[gnu::noinline]] COutputStream& WriteBytewise(COutputStream& stream, unsigned long value, int bits)
+{
+    for (int shift = 0; shift < bits; shift += 8) stream.WriteByte(static_cast<unsigned char>(value >> shift));
+    return stream;
+}
+
+[[gnu::noinline]] unsigned long ReadBytewise(KorvaneIO::CInputStream& stream, int bits)
+{
+    unsigned long value = 0;
+    for (int shift = 0; shift < bits; shift += 8) value |= static_cast<unsigned long>(stream.ReadByte()) << shift;
+    return value;
+}
+
+// What goes through another type's slot.
+template <class Slot, class T>
+[[gnu::noinline]] KorvaneIO::CInputStream& ReadAs(KorvaneIO::CInputStream& stream, T& value)
+{
+    Slot slot = 0;
+    stream >> slot;
+    value = static_cast<T>(slot);
+    return stream;
+}
+
+} // namespace
+
 int COutputStream::operator<<(CSizedArray& array)
 {
     const unsigned long size = array.getSize();
@@ -15,46 +43,42 @@ int COutputStream::operator<<(CSizedArray& array)
 
 COutputStream& COutputStream::operator<<(unsigned int value)
 {
-    return *this << static_cast<unsigned long>(value);
+    return CByteOutputStream::Put(*this, value) ? *this : *this << static_cast<unsigned long>(value);
 }
 
 COutputStream& COutputStream::operator<<(int value)
 {
-    return *this << static_cast<long>(value);
+    return CByteOutputStream::Put(*this, value) ? *this : *this << static_cast<long>(value);
 }
 
 COutputStream& COutputStream::operator<<(unsigned char value)
 {
-    WriteByte(value);
-    return *this;
+    return CByteOutputStream::Put(*this, value) ? *this : WriteBytewise(*this, value, 8);
 }
 
 COutputStream& COutputStream::operator<<(char value)
 {
-    return *this << static_cast<unsigned char>(value);
+    return CByteOutputStream::Put(*this, value) ? *this : *this << static_cast<unsigned char>(value);
 }
 
 COutputStream& COutputStream::operator<<(unsigned short value)
 {
-    WriteByte(static_cast<unsigned char>(value));
-    WriteByte(static_cast<unsigned char>(value >> 8));
-    return *this;
+    return CByteOutputStream::Put(*this, value) ? *this : WriteBytewise(*this, value, 16);
 }
 
 COutputStream& COutputStream::operator<<(short value)
 {
-    return *this << static_cast<unsigned short>(value);
+    return CByteOutputStream::Put(*this, value) ? *this : *this << static_cast<unsigned short>(value);
 }
 
 COutputStream& COutputStream::operator<<(unsigned long value)
 {
-    for (int shift = 0; shift < 32; shift += 8) WriteByte(static_cast<unsigned char>(value >> shift));
-    return *this;
+    return CByteOutputStream::Put(*this, value) ? *this : WriteBytewise(*this, value, 32);
 }
 
 COutputStream& COutputStream::operator<<(long value)
 {
-    return *this << static_cast<unsigned long>(value);
+    return CByteOutputStream::Put(*this, value) ? *this : *this << static_cast<unsigned long>(value);
 }
 
 void COutputStream::setError(long code)
@@ -67,7 +91,7 @@ int COutputStream::WriteBytes(void* data, int count)
     if (count < 1 || data == nullptr) return 0;
     const unsigned char* bytes = static_cast<const unsigned char*>(data);
     // This operation has no slot that a memory stream could override, so it is asked here.
-    int done = m_lError == STREAM_E_EOF ? 0 : static_cast<int>(CByteOutputStream::WriteAtOnce(*this, bytes, count));
+    int done = m_lError == STREAM_E_EOF ? 0 : static_cast<int>(CByteOutputStream::PutBytes(*this, bytes, count));
     for (; done < count && m_lError != STREAM_E_EOF; ++done) *this << bytes[done];
     return done;
 }
@@ -81,64 +105,45 @@ int CInputStream::eof()
 
 CInputStream& CInputStream::operator>>(unsigned int& value)
 {
-    unsigned long wide = 0;
-    *this >> wide;
-    value = wide;
-    return *this;
+    return CByteInputStream::Get(*this, value) ? *this : ReadAs<unsigned long>(*this, value);
 }
 
 CInputStream& CInputStream::operator>>(int& value)
 {
-    long wide = 0;
-    *this >> wide;
-    value = wide;
-    return *this;
+    return CByteInputStream::Get(*this, value) ? *this : ReadAs<long>(*this, value);
 }
 
 CInputStream& CInputStream::operator>>(unsigned char& value)
 {
-    value = ReadByte();
+    if (!CByteInputStream::Get(*this, value)) value = static_cast<unsigned char>(ReadBytewise(*this, 8));
     return *this;
 }
 
 CInputStream& CInputStream::operator>>(char& value)
 {
-    unsigned char byte = 0;
-    *this >> byte;
-    value = static_cast<char>(byte);
-    return *this;
+    return CByteInputStream::Get(*this, value) ? *this : ReadAs<unsigned char>(*this, value);
 }
 
 CInputStream& CInputStream::operator>>(unsigned short& value)
 {
-    const unsigned low = ReadByte();
-    const unsigned high = ReadByte();
-    value = static_cast<unsigned short>(high << 8 | low);
+    if (!CByteInputStream::Get(*this, value)) value = static_cast<unsigned short>(ReadBytewise(*this, 16));
     return *this;
 }
 
 CInputStream& CInputStream::operator>>(short& value)
 {
-    unsigned short bits = 0;
-    *this >> bits;
-    value = static_cast<short>(bits);
-    return *this;
+    return CByteInputStream::Get(*this, value) ? *this : ReadAs<unsigned short>(*this, value);
 }
 
 CInputStream& CInputStream::operator>>(unsigned long& value)
 {
-    unsigned long bits = 0;
-    for (int shift = 0; shift < 32; shift += 8) bits |= static_cast<unsigned long>(ReadByte()) << shift;
-    value = bits;
+    if (!CByteInputStream::Get(*this, value)) value = static_cast<unsigned long>(ReadBytewise(*this, 32));
     return *this;
 }
 
 CInputStream& CInputStream::operator>>(long& value)
 {
-    unsigned long bits = 0;
-    *this >> bits;
-    value = static_cast<long>(bits);
-    return *this;
+    return CByteInputStream::Get(*this, value) ? *this : ReadAs<unsigned long>(*this, value);
 }
 
 int CInputStream::ReadBytes(void* data, int count)

@@ -1,5 +1,5 @@
 // The value types of the streams that are made of others: floating point, bool, texts and variants.
-#include "base/stream.h"
+#include "base/bytestream.h"
 
 #include "base/errorutil.h"
 
@@ -16,18 +16,21 @@ static_assert(sizeof(VARIANT) == 16);
 
 namespace {
 
-template <class T> void WriteBytewise(COutputStream& stream, T value)
+// Outside the operators, so that whole values, which are most, do not pay for their registers.
+template <class T> [[gnu::noinline]] COutputStream& WriteBytewise(COutputStream& stream, T value)
 {
     unsigned char bytes[sizeof value];
     std::memcpy(bytes, &value, sizeof value);
     for (unsigned char byte : bytes) stream << byte;
+    return stream;
 }
 
-template <class T> void ReadBytewise(KorvaneIO::CInputStream& stream, T& value)
+template <class T> [[gnu::noinline]] KorvaneIO::CInputStream& ReadBytewise(KorvaneIO::CInputStream& stream, T& value)
 {
     unsigned char bytes[sizeof value] = {};
     for (unsigned char& byte : bytes) stream >> byte;
     std::memcpy(&value, bytes, sizeof value);
+    return stream;
 }
 
 // Moves `source` into `target` by the automation calls, whose failure there is nobody to return to.
@@ -48,29 +51,29 @@ BSTR AllocText(const CString& text)
 
 COutputStream& COutputStream::operator<<(float value)
 {
-    WriteBytewise(*this, value);
-    return *this;
+    return CByteOutputStream::Put(*this, value) ? *this : WriteBytewise(*this, value);
 }
 
 COutputStream& COutputStream::operator<<(double value)
 {
-    WriteBytewise(*this, value);
-    return *this;
+    return CByteOutputStream::Put(*this, value) ? *this : WriteBytewise(*this, value);
 }
 
 COutputStream& COutputStream::operator<<(bool value)
 {
-    return *this << static_cast<unsigned short>(value);
+    return CByteOutputStream::Put(*this, value) ? *this : *this << static_cast<unsigned short>(value);
 }
 
 COutputStream& COutputStream::operator<<(const CString& value)
 {
+    if (CByteOutputStream::PutText(*this, value)) return *this;
     return *this << static_cast<const wchar_t*>(value);
 }
 
 COutputStream& COutputStream::operator<<(const wchar_t* text)
 {
     if (text == nullptr) text = L"";
+    if (CByteOutputStream::PutText(*this, text)) return *this;
     *this << static_cast<unsigned long>(std::wcslen(text));
     for (; *text != 0; ++text) *this << static_cast<unsigned short>(*text);
     return *this;
@@ -79,6 +82,7 @@ COutputStream& COutputStream::operator<<(const wchar_t* text)
 COutputStream& COutputStream::operator<<(const char* text)
 {
     if (text == nullptr) text = "";
+    if (CByteOutputStream::PutText(*this, text)) return *this;
     *this << static_cast<unsigned long>(std::strlen(text));
     for (; *text != 0; ++text) *this << static_cast<unsigned short>(static_cast<unsigned char>(*text));
     return *this;
@@ -127,18 +131,17 @@ namespace KorvaneIO {
 
 CInputStream& CInputStream::operator>>(float& value)
 {
-    ReadBytewise(*this, value);
-    return *this;
+    return CByteInputStream::Get(*this, value) ? *this : ReadBytewise(*this, value);
 }
 
 CInputStream& CInputStream::operator>>(double& value)
 {
-    ReadBytewise(*this, value);
-    return *this;
+    return CByteInputStream::Get(*this, value) ? *this : ReadBytewise(*this, value);
 }
 
 CInputStream& CInputStream::operator>>(bool& value)
 {
+    if (CByteInputStream::Get(*this, value)) return *this;
     unsigned short bits = 0;
     *this >> bits;
     value = (bits & 0xFF) != 0;
@@ -148,6 +151,10 @@ CInputStream& CInputStream::operator>>(bool& value)
 CInputStream& CInputStream::operator>>(CString& value)
 {
     unsigned long count = 0;
+    if (const unsigned char* const units = CByteInputStream::TakeText(*this, count)) {
+        CByteInputStream::SetText(value, units, count);
+        return *this;
+    }
     *this >> count;
     if (m_lError == STREAM_E_EOF) return *this;
     value.Empty();

@@ -341,7 +341,71 @@ TEST(ByteStreamTest, WhatLiesInTheBlockItselfIsReadWhileItIsWritten)
     EXPECT_EQ(Hex(plain, 6), "01 01 01 01 01 02");
 }
 
-// A subclass that overrides nothing goes byte by byte. Whatever is written, wherever it ends, both agree.
+// Writes one value of the kind `what`, with the static type that the stream was given as.
+template <class Stream> int WriteSome(Stream& out, unsigned what, unsigned long value, CSizedArray& array)
+{
+    const CString text(L'x', value % 9);
+    switch (what) {
+    case 0:
+        out << static_cast<unsigned char>(value);
+        break;
+    case 1:
+        out << static_cast<char>(value);
+        break;
+    case 2:
+        out << static_cast<unsigned short>(value);
+        break;
+    case 3:
+        out << static_cast<short>(value);
+        break;
+    case 4:
+        out << static_cast<bool>(value & 1);
+        break;
+    case 5:
+        out << static_cast<unsigned int>(value);
+        break;
+    case 6:
+        out << static_cast<int>(value);
+        break;
+    case 7:
+        out << value;
+        break;
+    case 8:
+        out << static_cast<long>(value);
+        break;
+    case 9:
+        out << static_cast<float>(value);
+        break;
+    case 10:
+        out << static_cast<double>(value) / 3;
+        break;
+    case 11:
+        out << text;
+        break;
+    case 12:
+        out << &L"\u20AC\u0101wide"[value % 7];
+        break;
+    case 13:
+        out << &"narrow\xE9"[value % 8];
+        break;
+    case 14:
+        out << _variant_t(static_cast<double>(value));
+        break;
+    case 15:
+        return out << array;
+    case 16:
+        return out.WriteBytes(array.getData(), static_cast<int>(value % 13) - 1);
+    case 17:
+        out << static_cast<unsigned short>(value) << text << static_cast<char>(value) << static_cast<double>(value);
+        break;
+    default:
+        return out.setCurrentPosition(value % 64);
+    }
+    return 0;
+}
+
+// A subclass that overrides nothing goes byte by byte. Whatever is written, wherever it ends, and whether the class of
+// the stream is known or not, all agree.
 TEST(ByteStreamTest, WritingAtOnceAndBytewiseAgreeOnBytesPositionAndError)
 {
     std::mt19937 random(20040305);
@@ -349,81 +413,98 @@ TEST(ByteStreamTest, WritingAtOnceAndBytewiseAgreeOnBytesPositionAndError)
     ASSERT_EQ(array.init(11), 1);
     for (unsigned i = 0; i < 11; ++i) array.getData()[i] = static_cast<unsigned char>(i + 1);
     for (int round = 0; round < 20000; ++round) {
-        unsigned char fast[64], slow[64];
-        std::memset(fast, 0xEE, sizeof fast);
-        std::memset(slow, 0xEE, sizeof slow);
+        unsigned char known[64], unknown[64], slow[64];
+        for (unsigned char* block : {known, unknown, slow}) std::memset(block, 0xEE, sizeof slow);
         const unsigned long capacity = random() % 60;
-        CByteOutputStream plain(fast, capacity);
+        CByteOutputStream plain(known, capacity), other(unknown, capacity);
+        COutputStream& handedOn = other;
         CBytewiseOutput bytewise(slow, capacity);
-        COutputStream* const streams[] = {&plain, &bytewise};
         for (int step = 0; step < 8; ++step) {
-            const unsigned what = random() % 18;
+            const unsigned what = random() % 19;
             const unsigned long value = random();
-            int results[2] = {};
-            for (int i = 0; i < 2; ++i) {
-                COutputStream& out = *streams[i];
-                switch (what) {
-                case 0:
-                    out << static_cast<unsigned char>(value);
-                    break;
-                case 1:
-                    out << static_cast<char>(value);
-                    break;
-                case 2:
-                    out << static_cast<unsigned short>(value);
-                    break;
-                case 3:
-                    out << static_cast<short>(value);
-                    break;
-                case 4:
-                    out << static_cast<bool>(value & 1);
-                    break;
-                case 5:
-                    out << static_cast<unsigned int>(value);
-                    break;
-                case 6:
-                    out << static_cast<int>(value);
-                    break;
-                case 7:
-                    out << value;
-                    break;
-                case 8:
-                    out << static_cast<long>(value);
-                    break;
-                case 9:
-                    out << static_cast<float>(value);
-                    break;
-                case 10:
-                    out << static_cast<double>(value) / 3;
-                    break;
-                case 11:
-                    out << CString(L'x', value % 9);
-                    break;
-                case 12:
-                    out << &L"\u20AC\u0101wide"[value % 7];
-                    break;
-                case 13:
-                    out << &"narrow\xE9"[value % 8];
-                    break;
-                case 14:
-                    out << _variant_t(static_cast<double>(value));
-                    break;
-                case 15:
-                    results[i] = out << array;
-                    break;
-                case 16:
-                    results[i] = out.WriteBytes(array.getData(), static_cast<int>(value % 13) - 1);
-                    break;
-                default:
-                    results[i] = out.setCurrentPosition(value % 64);
-                    break;
-                }
+            const int result = WriteSome(bytewise, what, value, array);
+            ASSERT_EQ(WriteSome(plain, what, value, array), result) << what;
+            ASSERT_EQ(WriteSome(handedOn, what, value, array), result) << what;
+            for (CByteOutputStream* out : {&plain, &other}) {
+                ASSERT_EQ(out->getDataSize(), bytewise.getDataSize()) << what;
+                ASSERT_EQ(out->getError(), bytewise.getError()) << what;
             }
-            ASSERT_EQ(results[0], results[1]) << what;
-            ASSERT_EQ(plain.getDataSize(), bytewise.getDataSize()) << what;
-            ASSERT_EQ(plain.getError(), bytewise.getError()) << what;
         }
-        ASSERT_EQ(Hex(fast, sizeof fast), Hex(slow, sizeof slow));
+        ASSERT_EQ(Hex(known, sizeof known), Hex(slow, sizeof slow));
+        ASSERT_EQ(Hex(unknown, sizeof unknown), Hex(slow, sizeof slow));
+    }
+}
+
+// Reads one value of the kind `what`, with the static type that the stream was given as; returns what was read.
+template <class Stream> std::string ReadSome(Stream& in, unsigned what, CString& text)
+{
+    const auto read = [&in](auto value) {
+        in >> value;
+        return Hex(reinterpret_cast<const unsigned char*>(&value), sizeof value);
+    };
+    switch (what) {
+    case 0:
+        return read(static_cast<unsigned char>(1));
+    case 1:
+        return read('\1');
+    case 2:
+        return read(static_cast<unsigned short>(1));
+    case 3:
+        return read(static_cast<short>(1));
+    case 4:
+        return read(false);
+    case 5:
+        return read(1u);
+    case 6:
+        return read(1);
+    case 7:
+        return read(1ul);
+    case 8:
+        return read(1l);
+    case 9:
+        return read(1.0f);
+    case 10:
+        return read(1.0);
+    case 11: {
+        unsigned short number = 0;
+        double measure = 0;
+        in >> number >> text >> measure;
+        const auto* const bytes = reinterpret_cast<const unsigned char*>(static_cast<const wchar_t*>(text));
+        return std::to_string(number) + " " + Hex(bytes, 2 * text.GetLength()) + " " + std::to_string(measure != 0);
+    }
+    default:
+        in.Restart();
+        return "";
+    }
+}
+
+TEST(ByteStreamTest, ReadingAtOnceAndBytewiseAgreeOnValuesPositionAndError)
+{
+    std::mt19937 random(20040306);
+    for (int round = 0; round < 20000; ++round) {
+        unsigned char data[64] = {};
+        const unsigned long size = random() % 60;
+        // Many small bytes, so that counts of texts are short, long and far too long.
+        for (unsigned long i = 0; i < size; ++i)
+            data[i] = static_cast<unsigned char>(random() % 4 ? 0 : random() % 300);
+        CByteInputStream plain(data, size), other(data, size);
+        KorvaneIO::CInputStream& handedOn = other;
+        CBytewiseInput bytewise(data, size);
+        CString texts[] = {L"what was there", L"what was there", L"what was there"};
+        for (int step = 0; step < 8; ++step) {
+            const unsigned what = random() % 13;
+            const std::string value = ReadSome(bytewise, what, texts[0]);
+            ASSERT_EQ(ReadSome(plain, what, texts[1]), value) << what;
+            ASSERT_EQ(ReadSome(handedOn, what, texts[2]), value) << what;
+            long due = 0;
+            bytewise.getCurrentStreamPosition(due);
+            for (CByteInputStream* in : {&plain, &other}) {
+                long position = -1;
+                in->getCurrentStreamPosition(position);
+                ASSERT_EQ(position, due) << what;
+                ASSERT_EQ(in->getError(), bytewise.getError()) << what;
+            }
+        }
     }
 }
 

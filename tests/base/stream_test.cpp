@@ -400,11 +400,20 @@ TEST(StreamTest, AWideCharacterReadsAsTwoBytes)
     EXPECT_EQ(unit, L'\u20AC');
 }
 
+template <class T, class = void> constexpr bool kCanBeWrittenToMemory = false;
+template <class T>
+constexpr bool
+    kCanBeWrittenToMemory<T, std::void_t<decltype(std::declval<CByteOutputStream&>() << std::declval<T>())>> = true;
+
 TEST(StreamTest, OtherPointersAreNotTakenForABool)
 {
     struct CThing
     {
     };
+    EXPECT_FALSE(kCanBeWrittenToMemory<int*> || kCanBeWrittenToMemory<const void*> ||
+                 kCanBeWrittenToMemory<CSmartPtr<CSizedArray>> || kCanBeWrittenToMemory<std::nullptr_t>);
+    EXPECT_TRUE(kCanBeWrittenToMemory<const char*> && kCanBeWrittenToMemory<VARIANT> &&
+                kCanBeWrittenToMemory<CSizedArray&> && kCanBeWrittenToMemory<unsigned short>);
     EXPECT_TRUE(kCanBeWritten<const wchar_t*> && kCanBeWritten<wchar_t*> && kCanBeWritten<const char*> &&
                 kCanBeWritten<char*>);
     EXPECT_TRUE(kCanBeWritten<bool> && kCanBeWritten<wchar_t> && kCanBeWritten<CString> && kCanBeWritten<_variant_t> &&
@@ -493,6 +502,105 @@ TEST(StreamTest, ACountingStreamOfAUserSeesEveryByteOnItsOverride)
     EXPECT_EQ(out.m_nBytes, out.getDataSize());
     EXPECT_EQ(out.m_nBytes, 2u + 8 + 16 + 12 + 12 + 16 + 12 + 14 + 10 + 14 + 7);
     EXPECT_EQ(out.getError(), 0);
+}
+
+TEST(StreamTest, AMemoryStreamKeepsItsClassInAChain)
+{
+    CByteOutputStream* out = nullptr;
+    CByteInputStream* in = nullptr;
+    CCountingStream* counting = nullptr;
+    CString text;
+    double number = 0;
+    EXPECT_TRUE((std::is_same_v<decltype(*out << 1 << text << 2.0), CByteOutputStream&>));
+    EXPECT_TRUE((std::is_same_v<decltype(*in >> number >> text), CByteInputStream&>));
+    EXPECT_TRUE((std::is_same_v<decltype(*out << 1 << L"any other"), COutputStream&>));
+    EXPECT_TRUE((std::is_same_v<decltype(*counting << 1), COutputStream&>));
+    EXPECT_TRUE((std::is_same_v<decltype(CByteOutputStream(nullptr, 0) << 1), COutputStream&>));
+}
+
+// The class that the caller knows is the memory stream's; the object is a user's.
+TEST(StreamTest, AUsersStreamHandedOnAsAMemoryStreamStillSeesEveryByte)
+{
+    class CCountedOutput : public CByteOutputStream
+    {
+    public:
+        using CByteOutputStream::CByteOutputStream;
+        void WriteByte(unsigned char value) override { ++m_nBytes, CByteOutputStream::WriteByte(value); }
+        unsigned long m_nBytes = 0;
+    };
+    class CCountedInput : public CByteInputStream
+    {
+    public:
+        using CByteInputStream::CByteInputStream;
+        unsigned char ReadByte() override { return ++m_nBytes, CByteInputStream::ReadByte(); }
+        unsigned long m_nBytes = 0;
+    };
+    unsigned char block[64];
+    CCountedOutput writer(block, sizeof block);
+    CByteOutputStream& out = writer;
+    out << static_cast<unsigned short>(1) << 2 << 3.0 << true << CString(L"text") << 'a';
+    EXPECT_EQ(writer.m_nBytes, 2u + 4 + 8 + 2 + 12 + 1);
+    EXPECT_EQ(writer.getDataSize(), writer.m_nBytes);
+
+    CCountedInput reader(block, writer.getDataSize());
+    CByteInputStream& in = reader;
+    unsigned short us = 0;
+    int i = 0;
+    double d = 0;
+    bool b = false;
+    CString text;
+    char c = 0;
+    in >> us >> i >> d >> b >> text >> c;
+    EXPECT_EQ(reader.m_nBytes, writer.m_nBytes);
+    EXPECT_EQ(us, 1);
+    EXPECT_EQ(i, 2);
+    EXPECT_EQ(d, 3.0);
+    EXPECT_TRUE(b);
+    EXPECT_TRUE(text == L"text");
+    EXPECT_EQ(c, 'a');
+}
+
+TEST(StreamTest, ACopyOfAMemoryStreamGoesOnWhereTheOriginalIs)
+{
+    unsigned char block[16];
+    CByteOutputStream out(block, sizeof block);
+    out << 1;
+    CByteOutputStream copy = out;
+    copy << 2 << 3.0;
+    EXPECT_EQ(out.getDataSize(), 4u);
+    EXPECT_EQ(Hex(block, copy.getDataSize()), "01 00 00 00 02 00 00 00 00 00 00 00 00 00 08 40");
+}
+
+enum EColour : unsigned short
+{
+    kRed = 0x1234
+};
+struct CPlace
+{
+    int m_x, m_y;
+};
+COutputStream& operator<<(COutputStream& out, const CPlace& place)
+{
+    return out << place.m_x << place.m_y;
+}
+
+// What is no number of the streams' own finds the same operator as through the interface.
+TEST(StreamTest, ConversionsAndOperatorsOfAUserAreTheSameForAMemoryStream)
+{
+    const auto write = [](auto& out) {
+        out << kRed;
+        out << static_cast<signed char>(-2);
+        out << L'a';
+        out << CStringExt(L"b");
+        out << CPlace{5, 6} << 7;
+    };
+    unsigned char first[128] = {}, second[128] = {};
+    CByteOutputStream known(first, sizeof first), other(second, sizeof second);
+    COutputStream& handedOn = other;
+    write(known);
+    write(handedOn);
+    EXPECT_EQ(known.getDataSize(), other.getDataSize());
+    EXPECT_EQ(Hex(first, sizeof first), Hex(second, sizeof second));
 }
 
 TEST(StreamTest, AReadingStreamOfAUserHasItsOverrideOfReadByteHonoured)
