@@ -11,6 +11,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -104,6 +105,20 @@ void OverrunTaskMemory()
     p[16] = 1;
 }
 
+void OverrunLocalMemory()
+{
+    volatile char* volatile p = static_cast<char*>(::LocalAlloc(LMEM_FIXED, 10));
+    p = static_cast<char*>(::LocalReAlloc(const_cast<char*>(p), 20, LMEM_MOVEABLE));
+    p[20] = 1;
+}
+
+void UseGlobalMemoryAfterFree()
+{
+    volatile char* volatile p = static_cast<char*>(::GlobalAlloc(GPTR, 10));
+    ::GlobalFree(const_cast<char*>(p));
+    std::printf("%d", *p);
+}
+
 // More blocks than can have a page of their own: the last is between patterns.
 void OverrunWithoutAPage()
 {
@@ -124,6 +139,17 @@ void WriteAfterFreeWithoutAPage()
     for (size_t i = guard::kMostGuarded + 1000; i < guard::kMostGuarded + 10000; ++i) std::free(blocks[i]);
 }
 
+// More blocks than the checker has records for: the last go their usual way.
+void HoldVeryManyBlocks()
+{
+    std::vector<void*> blocks(guard::kMostGuarded + guard::kMostPlain + 1000);
+    for (void*& p : blocks) {
+        p = std::malloc(1);
+        ASSERT_NE(nullptr, p);
+    }
+    for (void* p : blocks) std::free(std::realloc(p, 2));
+}
+
 CString* g_pLeft = nullptr;
 
 void LeaveAString()
@@ -137,6 +163,16 @@ void LeaveNothing()
     str += L" and more";
     const BSTR bstr = str.AllocSysString();
     ::SysFreeString(bstr);
+    const HLOCAL hLocal = ::LocalReAlloc(::LocalAlloc(LPTR, 5), 9, LMEM_MOVEABLE | LMEM_ZEROINIT);
+    EXPECT_EQ(9u, ::LocalSize(hLocal));
+    EXPECT_EQ(nullptr, ::LocalFree(hLocal));
+    const HGLOBAL hMovable = ::GlobalAlloc(GMEM_MOVEABLE, 5), hFixed = ::GlobalAlloc(GMEM_FIXED, 5);
+    EXPECT_NE(nullptr, ::GlobalLock(hMovable));
+    ::GlobalUnlock(hMovable);
+    EXPECT_EQ(hFixed, ::GlobalLock(hFixed));
+    ::GlobalUnlock(hFixed);
+    EXPECT_EQ(nullptr, ::GlobalFree(hMovable));
+    EXPECT_EQ(nullptr, ::GlobalFree(hFixed));
     std::free(std::realloc(std::calloc(3, 5), 100));
 }
 
@@ -162,8 +198,11 @@ const CMisdeed kMisdeeds[] = {
     {"UseAStringAfterFree", &UseAStringAfterFree, "after it was freed", "after it was freed"},
     {"ReadBehindAFrameworkString", &ReadBehindAFrameworkString, "behind its end", nullptr},
     {"OverrunTaskMemory", &OverrunTaskMemory, "which is byte 16, behind its end", nullptr},
+    {"OverrunLocalMemory", &OverrunLocalMemory, "which is byte 20, behind its end", nullptr},
+    {"UseGlobalMemoryAfterFree", &UseGlobalMemoryAfterFree, "after it was freed", "after it was freed"},
     {"OverrunWithoutAPage", &OverrunWithoutAPage, "the bytes behind it", "the bytes behind it"},
     {"WriteAfterFreeWithoutAPage", &WriteAfterFreeWithoutAPage, "written to after it", "written to after it"},
+    {"HoldVeryManyBlocks", &HoldVeryManyBlocks, nullptr, nullptr},
     {"LeaveAString", &LeaveAString, "blocks that the test left allocated", "blocks that the test left allocated"},
     {"LeaveNothing", &LeaveNothing, nullptr, nullptr},
 };

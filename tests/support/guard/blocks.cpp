@@ -7,7 +7,6 @@ namespace {
 
 constexpr SIZE_T kPage = 4096;
 constexpr DWORD kPages = kArenaBytes / kPage;
-constexpr DWORD kPlainRecords = 1u << 17;
 constexpr DWORD kBuckets = 1u << 16;
 constexpr SIZE_T kEdge = 16;               // bytes of pattern on each side of a plain block
 constexpr BYTE kPattern = 0xA5;            // around a block
@@ -130,7 +129,7 @@ void* AllocateGuarded(SIZE_T cb, SIZE_T cbAlignment, CBlock*& pBlock)
 
 void* AllocatePlain(SIZE_T cb, CBlock*& pBlock)
 {
-    if (!g_nPlainFree && g_nPlainUsed == kPlainRecords) return nullptr;
+    if (!g_nPlainFree && g_nPlainUsed == kMostPlain) return nullptr;
     auto* const pWhole = static_cast<BYTE*>(g_system.alloc(::GetProcessHeap(), 0, cb + 2 * kEdge));
     if (!pWhole) return nullptr;
     DWORD nIndex = g_nPlainUsed;
@@ -198,7 +197,7 @@ void OpenArena(EPlace place)
     g_pArena = static_cast<BYTE*>(::VirtualAlloc(nullptr, kArenaBytes, MEM_RESERVE | MEM_TOP_DOWN, PAGE_NOACCESS));
     g_guarded = Reserve<CBlock>(kPages);
     g_owner = Reserve<DWORD>(kPages);
-    g_plain = Reserve<CBlock>(kPlainRecords);
+    g_plain = Reserve<CBlock>(kMostPlain);
     g_buckets = Reserve<DWORD>(kBuckets);
     if (!g_pArena || !g_guarded || !g_owner || !g_plain || !g_buckets) {
         Fault("there is no address space for the memory checker", nullptr, CStack{});

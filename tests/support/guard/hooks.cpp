@@ -139,7 +139,11 @@ void* New(HANDLE hHeap, DWORD dwFlags, SIZE_T cb, const void* pFrame)
     const CModule* pOwner = Owner(*static_cast<const void* const*>(pFrame));
     const bool bOurs = pOwner && pOwner->kind == EKind::kOurs;
     void* p = nullptr;
-    if (!ToFail(pOwner)) p = Allocate(hHeap, cb, Alignment(pOwner, cb), dwFlags & HEAP_ZERO_MEMORY, bOurs, stack);
+    if (!ToFail(pOwner)) {
+        p = Allocate(hHeap, cb, Alignment(pOwner, cb), dwFlags & HEAP_ZERO_MEMORY, bOurs, stack);
+        // More blocks than there are records for: a program that holds so many is not to be told that there is no memory.
+        if (!p) p = g_system.alloc(hHeap, dwFlags, cb);
+    }
     ::SetLastError(p ? dwError : ERROR_NOT_ENOUGH_MEMORY);
     return p;
 }
@@ -179,6 +183,18 @@ SIZE_T WINAPI HookHeapSize(HANDLE hHeap, DWORD dwFlags, LPCVOID p)
     return static_cast<SIZE_T>(-1);
 }
 
+// Always to another place: who keeps the old address is found out.
+void* Move(CBlock& block, DWORD dwFlags, SIZE_T cb, const void* pFrame, const CStack& stack)
+{
+    void* const pNew = New(block.hHeap, dwFlags, cb, pFrame);
+    if (!pNew) return nullptr;
+    const DWORD dwError = ::GetLastError();
+    std::memcpy(pNew, block.p, cb < block.cb ? cb : block.cb);
+    Free(block, stack);
+    ::SetLastError(dwError);
+    return pNew;
+}
+
 LPVOID WINAPI HookHeapReAlloc(HANDLE hHeap, DWORD dwFlags, LPVOID p, SIZE_T cb)
 {
     CStack stack;
@@ -199,14 +215,7 @@ LPVOID WINAPI HookHeapReAlloc(HANDLE hHeap, DWORD dwFlags, LPVOID p, SIZE_T cb)
         ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    // Always another place: who keeps the old address is found out.
-    void* const pNew = New(hHeap, dwFlags, cb, pFrame);
-    if (!pNew) return nullptr;
-    const DWORD dwError = ::GetLastError();
-    std::memcpy(pNew, p, cb < pBlock->cb ? cb : pBlock->cb);
-    Free(*pBlock, stack);
-    ::SetLastError(dwError);
-    return pNew;
+    return Move(*pBlock, dwFlags, cb, pFrame, stack);
 }
 
 BOOL WINAPI HookHeapValidate(HANDLE hHeap, DWORD dwFlags, LPCVOID p)
@@ -214,6 +223,107 @@ BOOL WINAPI HookHeapValidate(HANDLE hHeap, DWORD dwFlags, LPCVOID p)
     const CBlock* pBlock = BlockOfAddress(p);
     if (!pBlock) return g_system.validate(hHeap, dwFlags, p);
     return pBlock->p == p && pBlock->state == CBlock::kLive && pBlock->hHeap == hHeap;
+}
+
+// LocalAlloc and GlobalAlloc give fixed blocks from the process's heap, and handles of movable ones, which go their usual
+// way. Only our modules and the program are patched: the system gives and takes none of these blocks.
+struct CMovable
+{
+    decltype(&::LocalAlloc) alloc;
+    decltype(&::LocalReAlloc) reAlloc;
+    decltype(&::LocalFree) free;
+    decltype(&::LocalSize) size;
+};
+CMovable g_local = {}, g_global = {};
+decltype(&::GlobalLock) g_globalLock = nullptr;
+decltype(&::GlobalUnlock) g_globalUnlock = nullptr;
+
+HLOCAL AllocateFixed(const CMovable& system, UINT nFlags, SIZE_T cb, const void* pFrame)
+{
+    if ((nFlags & LMEM_MOVEABLE) || IsFaulting()) return system.alloc(nFlags, cb);
+    return New(g_hProcessHeap, nFlags & LMEM_ZEROINIT ? HEAP_ZERO_MEMORY : 0, cb, pFrame);
+}
+
+HLOCAL ReAllocateFixed(const CMovable& system, HLOCAL h, SIZE_T cb, UINT nFlags, const void* pFrame)
+{
+    CStack stack;
+    Capture(stack, pFrame);
+    CBlock* pBlock = IsFaulting() ? nullptr : Find(h, "LocalReAlloc", stack);
+    if (!pBlock) return system.reAlloc(h, cb, nFlags);
+    if (nFlags & LMEM_MODIFY) return h;
+    return Move(*pBlock, nFlags & LMEM_ZEROINIT ? HEAP_ZERO_MEMORY : 0, cb, pFrame, stack);
+}
+
+HLOCAL FreeFixed(const CMovable& system, HLOCAL h, const void* pFrame)
+{
+    if (!h || (IsFaulting() && BlockOfAddress(h))) return nullptr;
+    const DWORD dwError = ::GetLastError();
+    CStack stack;
+    Capture(stack, pFrame);
+    CBlock* pBlock = IsFaulting() ? nullptr : Find(h, "LocalFree", stack);
+    if (!pBlock) return system.free(h);
+    Free(*pBlock, stack);
+    ::SetLastError(dwError);
+    return nullptr;
+}
+
+SIZE_T SizeOfFixed(const CMovable& system, HLOCAL h, const void* pFrame)
+{
+    CStack stack;
+    Capture(stack, pFrame);
+    const CBlock* pBlock = IsFaulting() ? BlockOfAddress(h) : Find(h, "LocalSize", stack);
+    return pBlock ? pBlock->cb : system.size(h);
+}
+
+HLOCAL WINAPI HookLocalAlloc(UINT nFlags, SIZE_T cb)
+{
+    return AllocateFixed(g_local, nFlags, cb, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+HLOCAL WINAPI HookLocalReAlloc(HLOCAL h, SIZE_T cb, UINT nFlags)
+{
+    return ReAllocateFixed(g_local, h, cb, nFlags, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+HLOCAL WINAPI HookLocalFree(HLOCAL h)
+{
+    return FreeFixed(g_local, h, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+SIZE_T WINAPI HookLocalSize(HLOCAL h)
+{
+    return SizeOfFixed(g_local, h, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+HGLOBAL WINAPI HookGlobalAlloc(UINT nFlags, SIZE_T cb)
+{
+    return AllocateFixed(g_global, nFlags, cb, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+HGLOBAL WINAPI HookGlobalReAlloc(HGLOBAL h, SIZE_T cb, UINT nFlags)
+{
+    return ReAllocateFixed(g_global, h, cb, nFlags, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+HGLOBAL WINAPI HookGlobalFree(HGLOBAL h)
+{
+    return FreeFixed(g_global, h, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+SIZE_T WINAPI HookGlobalSize(HGLOBAL h)
+{
+    return SizeOfFixed(g_global, h, static_cast<void**>(__builtin_frame_address(0)) + 1);
+}
+
+// A fixed block has no lock: its handle is its address.
+LPVOID WINAPI HookGlobalLock(HGLOBAL h)
+{
+    return BlockOfAddress(h) ? h : g_globalLock(h);
+}
+
+BOOL WINAPI HookGlobalUnlock(HGLOBAL h)
+{
+    return BlockOfAddress(h) ? TRUE : g_globalUnlock(h);
 }
 
 // Automation strings are rounded up to 16 bytes by the system, which would hide an overrun: for our modules and the
@@ -264,6 +374,16 @@ void TurnOn(EPlace place)
     Import(g_system.free, kKernel, "HeapFree");
     Import(g_system.size, kKernel, "HeapSize");
     Import(g_system.validate, kKernel, "HeapValidate");
+    Import(g_local.alloc, kKernel, "LocalAlloc");
+    Import(g_local.reAlloc, kKernel, "LocalReAlloc");
+    Import(g_local.free, kKernel, "LocalFree");
+    Import(g_local.size, kKernel, "LocalSize");
+    Import(g_global.alloc, kKernel, "GlobalAlloc");
+    Import(g_global.reAlloc, kKernel, "GlobalReAlloc");
+    Import(g_global.free, kKernel, "GlobalFree");
+    Import(g_global.size, kKernel, "GlobalSize");
+    Import(g_globalLock, kKernel, "GlobalLock");
+    Import(g_globalUnlock, kKernel, "GlobalUnlock");
     g_hProcessHeap = ::GetProcessHeap();
     INT_PTR(__cdecl * getHeap)() = nullptr;
     Import(getHeap, L"msvcrt.dll", "_get_heap_handle");
@@ -296,6 +416,16 @@ void TurnOn(EPlace place)
         {"_ZnwjRKSt9nothrow_t", reinterpret_cast<void*>(&HookTryNewObject), true},
         {"_ZnajRKSt9nothrow_t", reinterpret_cast<void*>(&HookTryNewArray), true},
         {"HeapValidate", reinterpret_cast<void*>(&HookHeapValidate), true},
+        {"LocalAlloc", reinterpret_cast<void*>(&HookLocalAlloc), true},
+        {"LocalReAlloc", reinterpret_cast<void*>(&HookLocalReAlloc), true},
+        {"LocalFree", reinterpret_cast<void*>(&HookLocalFree), true},
+        {"LocalSize", reinterpret_cast<void*>(&HookLocalSize), true},
+        {"GlobalAlloc", reinterpret_cast<void*>(&HookGlobalAlloc), true},
+        {"GlobalReAlloc", reinterpret_cast<void*>(&HookGlobalReAlloc), true},
+        {"GlobalFree", reinterpret_cast<void*>(&HookGlobalFree), true},
+        {"GlobalSize", reinterpret_cast<void*>(&HookGlobalSize), true},
+        {"GlobalLock", reinterpret_cast<void*>(&HookGlobalLock), true},
+        {"GlobalUnlock", reinterpret_cast<void*>(&HookGlobalUnlock), true},
         {"SysAllocString", reinterpret_cast<void*>(&HookSysAllocString), true},
         {"SysAllocStringLen", reinterpret_cast<void*>(&HookSysAllocStringLen), true},
         {"SysAllocStringByteLen", reinterpret_cast<void*>(&HookSysAllocStringByteLen), true},
