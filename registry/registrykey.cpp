@@ -141,18 +141,18 @@ CRegistryValue::operator CString()
         return text;
     }
     // Room for twice the data, in case it grows, and zeros behind all of it: stored data can lack the terminator, or
-    // end in half a character.
+    // end in half a character. A unit before it: a desktop's registry looks at the last two bytes of a text of one byte.
     cb *= 2;
-    const std::size_t cch = cb / sizeof(wchar_t) + 1;
+    const std::size_t cch = 1 + cb / sizeof(wchar_t) + 1;
     const std::unique_ptr<wchar_t[]> buffer(new (std::nothrow) wchar_t[cch]());
     if (!buffer) {
         m_pKey->RecordWin32(ERROR_OUTOFMEMORY);
         return text;
     }
-    lResult =
-        ::RegQueryValueExW(m_pKey->m_hKey, m_strName, nullptr, &dwType, reinterpret_cast<BYTE*>(buffer.get()), &cb);
+    wchar_t* const pwchText = buffer.get() + 1;
+    lResult = ::RegQueryValueExW(m_pKey->m_hKey, m_strName, nullptr, &dwType, reinterpret_cast<BYTE*>(pwchText), &cb);
     if (lResult == ERROR_SUCCESS) {
-        text = buffer.get();
+        text = pwchText;
     } else {
         m_pKey->RecordWin32(lResult);
     }
@@ -161,9 +161,10 @@ CRegistryValue::operator CString()
 
 CRegistryValue::operator unsigned long()
 {
-    DWORD dwValue = 0;
-    if (m_pKey->IsFailed()) return dwValue;
+    if (m_pKey->IsFailed()) return 0;
 
+    DWORD data[] = {0, 0}; // something before the value, as with texts
+    DWORD& dwValue = data[1];
     DWORD dwType = 0;
     DWORD cb = sizeof(dwValue);
     const long lResult =

@@ -1,11 +1,15 @@
 #include "registry/regkey.h"
 
+#include <algorithm>
+#include <cstring>
 #include <cwchar>
 
 namespace {
 
 constexpr DWORD kMaxKeyName = 256;    // units, the terminator included
 constexpr DWORD kMaxSubKeyName = 128; // what callers of SubKey provide
+constexpr DWORD kShortValue = 64;     // bytes; most values are shorter
+constexpr DWORD kBeside = sizeof(wchar_t);
 
 } // namespace
 
@@ -50,11 +54,19 @@ long RegKey::Open(HKEY parent, const wchar_t* name, DWORD samDesired)
     return lClosed;
 }
 
+// A desktop's registry puts a terminator behind a text that lacks one, and looks for it in the last two bytes of the data.
+// Of a text of a single byte the first of those lies before the buffer, and where there is room for that byte alone both
+// bytes of the terminator lie behind it. So values that can be so short are read into a buffer with room beside it.
+
 long RegKey::QueryValue(DWORD& value, const wchar_t* valueName)
 {
+    DWORD data[] = {0, value, 0};
     DWORD dwType = 0;
     DWORD cb = sizeof(value);
-    return ::RegQueryValueExW(m_hKey, valueName, nullptr, &dwType, reinterpret_cast<BYTE*>(&value), &cb);
+    const long lResult =
+        ::RegQueryValueExW(m_hKey, valueName, nullptr, &dwType, reinterpret_cast<BYTE*>(&data[1]), &cb);
+    value = data[1];
+    return lResult;
 }
 
 long RegKey::QueryValue(wchar_t* buffer, const wchar_t* valueName, DWORD* size)
@@ -65,6 +77,23 @@ long RegKey::QueryValue(wchar_t* buffer, const wchar_t* valueName, DWORD* size)
 long RegKey::QueryValue(BYTE* buffer, const wchar_t* valueName, DWORD* size)
 {
     DWORD dwType = 0;
+    if (buffer && size) {
+        BYTE data[kBeside + kShortValue + kBeside];
+        std::memset(data, 0xFF, sizeof(data));
+        BYTE* const pData = data + kBeside;
+        DWORD cb = std::min(*size, kShortValue);
+        const long lResult = ::RegQueryValueExW(m_hKey, valueName, nullptr, &dwType, pData, &cb);
+        // All of it, and the terminator if there was to be one?
+        const bool bWhole = lResult == ERROR_SUCCESS && cb + kBeside <= kShortValue;
+        if (bWhole || *size <= kShortValue) {
+            if (lResult == ERROR_SUCCESS) {
+                const bool bEnded = cb + kBeside <= *size && pData[cb] == 0 && pData[cb + 1] == 0;
+                std::memcpy(buffer, pData, bEnded ? cb + kBeside : cb);
+            }
+            *size = cb;
+            return lResult;
+        }
+    }
     return ::RegQueryValueExW(m_hKey, valueName, nullptr, &dwType, buffer, size);
 }
 

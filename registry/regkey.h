@@ -43,7 +43,7 @@ public:
     // RegQueryValueExW. The value's type is not looked at: a value of 1 to 4 bytes fills as much of the number.
     long QueryValue(DWORD& value, const wchar_t* valueName);
     // *size is the buffer's size in bytes and becomes the data's. A string comes as it is stored: one without a
-    // terminator has none here.
+    // terminator has none here. Nothing beside the buffer is touched, whatever its size.
     long QueryValue(wchar_t* buffer, const wchar_t* valueName, DWORD* size);
     long QueryValue(BYTE* buffer, const wchar_t* valueName, DWORD* size);
 

@@ -209,6 +209,58 @@ TEST_F(RegKeyTest, BytesAreBinary)
     EXPECT_TRUE(std::equal(data, data + 3, read));
 }
 
+TEST_F(RegKeyTest, NothingBesideTheBufferIsTouchedWhateverItsSize)
+{
+    std::vector<BYTE> bytes(70, 'x');
+    for (DWORD cbValue : {0, 1, 2, 3, 4, 5, 61, 62, 63, 64, 65, 66, 70}) {
+        Write(L"v", REG_SZ, {bytes.begin(), bytes.begin() + cbValue});
+        for (DWORD cbBuffer = 0; cbBuffer <= 75; ++cbBuffer) {
+            SCOPED_TRACE(std::to_string(cbValue) + " bytes, room for " + std::to_string(cbBuffer));
+            std::vector<BYTE> room(10 + 75 + 10, 0xEE);
+            DWORD cb = cbBuffer;
+            const long lResult = m_key.QueryValue(&room[10], L"v", &cb);
+            EXPECT_EQ(cbValue <= cbBuffer ? ERROR_SUCCESS : ERROR_MORE_DATA, lResult);
+            EXPECT_EQ(cbValue, cb);
+            std::vector<BYTE> expected(room.size(), 0xEE);
+            if (cbValue <= cbBuffer) std::copy_n(bytes.begin(), cbValue, expected.begin() + 10);
+            // The system's terminator, where there is room for all of it.
+            if (cbValue && cbValue + 2 <= cbBuffer) expected[10 + cbValue] = expected[10 + cbValue + 1] = 0;
+            EXPECT_EQ(expected, room);
+        }
+    }
+}
+
+// A buffer at the beginning of a page behind one that cannot be read.
+class CPageStart
+{
+public:
+    CPageStart() : m_pPages(static_cast<BYTE*>(::VirtualAlloc(nullptr, 0x2000, MEM_RESERVE, PAGE_NOACCESS)))
+    {
+        EXPECT_NE(nullptr, ::VirtualAlloc(m_pPages + 0x1000, 0x1000, MEM_COMMIT, PAGE_READWRITE));
+    }
+    ~CPageStart() { ::VirtualFree(m_pPages, 0, MEM_RELEASE); }
+    CPageStart(const CPageStart&) = delete;
+    CPageStart& operator=(const CPageStart&) = delete;
+
+    BYTE* Get() const { return m_pPages + 0x1000; }
+
+private:
+    BYTE* const m_pPages;
+};
+
+TEST_F(RegKeyTest, ATextOfOneByteIsReadToWhereNothingCanBeReadBefore)
+{
+    Write(L"v", REG_SZ, {'x'});
+    const CPageStart page;
+    DWORD cb = 0x1000;
+    EXPECT_EQ(0, m_key.QueryValue(page.Get(), L"v", &cb));
+    EXPECT_EQ(1u, cb);
+    EXPECT_EQ('x', page.Get()[0]);
+    DWORD& dwValue = *reinterpret_cast<DWORD*>(page.Get());
+    EXPECT_EQ(0, m_key.QueryValue(dwValue, L"v"));
+    EXPECT_EQ('x', page.Get()[0]);
+}
+
 TEST_F(RegKeyTest, ANullOrEmptyNameIsTheDefaultValue)
 {
     EXPECT_EQ(0, m_key.SetValue(L"default", nullptr));
