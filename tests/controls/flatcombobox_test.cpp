@@ -463,14 +463,19 @@ namespace {
 class CVanishingCombo : public CCJFlatComboBox
 {
 public:
-    UINT m_message = 0;
-    std::function<void()> m_vanish;
+    struct CTrap
+    {
+        UINT message = 0;
+        std::function<void()> vanish;
+    };
+    const std::shared_ptr<CTrap> m_trap = std::make_shared<CTrap>();
 
 protected:
     LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
     {
+        const auto trap = m_trap; // a message within this one may end this object
         const LRESULT result = CCJFlatComboBox::WindowProc(message, wParam, lParam);
-        if (message == m_message && m_vanish) std::exchange(m_vanish, nullptr)();
+        if (message == trap->message && trap->vanish) std::exchange(trap->vanish, nullptr)();
         return result;
     }
 };
@@ -498,8 +503,8 @@ TEST_F(FlatComboBoxTest, MayEndWithinItsOwnCompletingAndPainting)
             const HWND window = combo->m_hWnd;
             combo->ModifyStyleEx(0, WS_EX_CLIENTEDGE);
             ::SetWindowTextW(window, L"no item");
-            combo->m_message = c.message;
-            combo->m_vanish = [&] { deleted ? combo.reset() : static_cast<void>(combo->DestroyWindow()); };
+            combo->m_trap->message = c.message;
+            combo->m_trap->vanish = [&] { deleted ? combo.reset() : static_cast<void>(combo->DestroyWindow()); };
             if (c.sent == WM_COMMAND) {
                 ::SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDC_COMBO, CBN_EDITUPDATE),
                                reinterpret_cast<LPARAM>(window));

@@ -52,8 +52,11 @@ public:
     {
         if (m_bReal) return CHyperLink::GotoURL(url);
         m_started.emplace_back(url);
-        if (m_during) m_during();
-        return m_bStarts;
+        const bool bStarts = m_bStarts;
+        // It may delete this object.
+        const auto during = m_during;
+        if (during) during();
+        return bStarts;
     }
 
     bool m_bReal = false;
@@ -682,10 +685,7 @@ TEST_F(HyperLinkTest, TheObjectMayBeDeletedByItsClick)
     auto link = std::make_unique<CTestLink>();
     ASSERT_TRUE(link->SubclassDlgItem(IDC_LINK_FRAMED, &m_dialog));
     const HWND window = link->m_hWnd;
-    link->m_during = [&link] {
-        auto during = std::move(link->m_during); // lives to the end of this call
-        link.reset();
-    };
+    link->m_during = [&link] { link.reset(); };
     ::SendMessageW(m_dialog, WM_COMMAND, MAKEWPARAM(IDC_LINK_FRAMED, STN_CLICKED), reinterpret_cast<LPARAM>(window));
     EXPECT_EQ(nullptr, link.get());
     EXPECT_FALSE(::IsWindow(window));

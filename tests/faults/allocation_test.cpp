@@ -7,6 +7,7 @@
 #include "db_fixture.h"
 #include "registry/registrykey.h"
 #include "support/guard/guard.h"
+#include "support/import_patch.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,7 @@
 
 #include <functional>
 #include <new>
+#include <set>
 #include <string>
 
 namespace {
@@ -58,15 +60,8 @@ EOutcome Attempt(const std::function<long()>& operation, int nFails)
     return outcome;
 }
 
-// Lets each allocation of `operation` fail. Not every operation lets go of all that it had when it failed.
-enum class EAfterwards
-{
-    kNothingLeft,
-    kHandlesKept
-};
-
-void FailEach(const char* pszName, const std::function<long()>& operation,
-              EAfterwards afterwards = EAfterwards::kNothingLeft)
+// Lets each allocation of `operation` fail.
+void FailEach(const char* pszName, const std::function<long()>& operation)
 {
     SCOPED_TRACE(pszName);
     // What is made on first use is made now.
@@ -85,8 +80,7 @@ void FailEach(const char* pszName, const std::function<long()>& operation,
         if (gErrHRESULT < 0) outcome = EOutcome::kCode;
         gErrHRESULT = 0;
         nReported += outcome != EOutcome::kDone;
-        const DWORD n = afterwards == EAfterwards::kNothingLeft ? guard::CountOurs(ullBefore) : 0;
-        if (n) {
+        if (const DWORD n = guard::CountOurs(ullBefore)) {
             ADD_FAILURE() << n << " blocks left behind";
             guard::TellOurs(ullBefore);
         }
@@ -95,6 +89,36 @@ void FailEach(const char* pszName, const std::function<long()>& operation,
     EXPECT_GT(nReported, 0) << "no failure was noticed at all";
     std::printf("%s: %d allocations failed in turn, %d reported\n", pszName, nAllocations, nReported);
 }
+
+// An opening that fails while it reads a catalogue leaves the catalogues' handles open. This closes the handles of
+// databases that the library opened in its life and did not close.
+class CDatabaseHandles
+{
+public:
+    ~CDatabaseHandles()
+    {
+        for (HANDLE hDatabase : s_open) ::CeCloseHandle(hDatabase);
+        s_open.clear();
+    }
+
+private:
+    static HANDLE WINAPI Open(PCEGUID pGuid, PCEOID pOid, LPWSTR pszName, CEPROPID propid, DWORD dwFlags,
+                              CENOTIFYREQUEST* pRequest)
+    {
+        const HANDLE hDatabase = ::CeOpenDatabaseEx(pGuid, pOid, pszName, propid, dwFlags, pRequest);
+        if (hDatabase != INVALID_HANDLE_VALUE) s_open.insert(hDatabase);
+        return hDatabase;
+    }
+    static BOOL WINAPI Close(HANDLE hDatabase)
+    {
+        s_open.erase(hDatabase);
+        return ::CeCloseHandle(hDatabase);
+    }
+
+    static inline std::set<HANDLE> s_open;
+    const CImportPatch m_openPatch{L"korvaneLib.dll", "CeOpenDatabaseEx@24", &CDatabaseHandles::Open};
+    const CImportPatch m_closePatch{L"korvaneLib.dll", "CeCloseHandle@4", &CDatabaseHandles::Close};
+};
 
 class AllocationTest : public CItemsTest
 {
@@ -166,12 +190,11 @@ TEST_F(AllocationTest, ConnectionsReportACodeOrAnException)
         CItemsVolume volume(m_folder.File(L"other.vol"));
     }
     std::wstring path = m_folder.File(L"other.vol");
-    const auto open = [&path] {
+    FailEach("Open", [&path] {
+        const CDatabaseHandles handles;
         CConnection connection;
         return connection.Open(path.data());
-    };
-    // An opening that fails while it reads a catalogue leaves the catalogues' handles open.
-    FailEach("Open", open, EAfterwards::kHandlesKept);
+    });
     FailEach("OpenTable", [this] {
         CSmartPtr<CRow> row;
         return m_connection.OpenTable(L"Items", row);
@@ -214,6 +237,7 @@ TEST_F(AllocationTest, AVolumeThatCannotBeOpenedCanBeOpenedTheNextTime)
     }
     std::wstring path = m_folder.File(L"other.vol");
     const auto open = [&path] {
+        const CDatabaseHandles handles;
         CConnection connection;
         return connection.Open(path.data());
     };
