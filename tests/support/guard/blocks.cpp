@@ -210,7 +210,7 @@ EPlace Place()
     return g_place;
 }
 
-void* Allocate(HANDLE hHeap, SIZE_T cb, SIZE_T cbAlignment, bool bZero, bool bOurs, const CStack& stack)
+void* Allocate(HANDLE hHeap, SIZE_T cb, SIZE_T cbAlignment, bool bZero, const void* pvOurs, const CStack& stack)
 {
     const CLock lock;
     CBlock* pBlock = nullptr;
@@ -222,11 +222,11 @@ void* Allocate(HANDLE hHeap, SIZE_T cb, SIZE_T cbAlignment, bool bZero, bool bOu
     pBlock->p = static_cast<BYTE*>(p);
     pBlock->cb = cb;
     pBlock->hHeap = hHeap;
-    pBlock->bOurs = bOurs;
+    pBlock->pvOurs = pvOurs;
     pBlock->ullNumber = ++g_figures.ullBlocks;
     pBlock->allocated = stack;
     pBlock->state = CBlock::kLive;
-    if (bOurs) {
+    if (pvOurs) {
         pBlock->pNewer = nullptr;
         pBlock->pOlder = g_pNewest;
         if (g_pNewest) g_pNewest->pNewer = pBlock;
@@ -267,7 +267,7 @@ void Free(CBlock& block, const CStack& stack)
     block.state = CBlock::kFreed;
     block.freed = stack;
     --g_nLive;
-    if (block.bOurs) {
+    if (block.pvOurs) {
         (block.pNewer ? block.pNewer->pOlder : g_pNewest) = block.pOlder;
         if (block.pOlder) block.pOlder->pNewer = block.pNewer;
     }

@@ -42,8 +42,8 @@ struct CBlock
     SIZE_T cb;
     HANDLE hHeap;
     ULONGLONG ullNumber;
+    const void* pvOurs; // where a module of ours asked for it; NULL: another module did
     EState state;
-    bool bOurs;              // allocated by a module of ours
     bool bPlain;             // between patterns, with no guard page
     DWORD dwFirst, nPages;   // of the arena; the guard page is among them
     DWORD nNext;             // plain blocks: the next of its hash chain or of the free ones
@@ -54,8 +54,8 @@ struct CBlock
 // Makes the arena. REQUIRES: not kOff, called once.
 void OpenArena(EPlace place);
 
-// A block of `hHeap`; NULL when there is no memory. `cbAlignment`: 1, 2, 4 or 8.
-void* Allocate(HANDLE hHeap, SIZE_T cb, SIZE_T cbAlignment, bool bZero, bool bOurs, const CStack& stack);
+// A block of `hHeap`; NULL when there is no memory or no record. `cbAlignment`: 1, 2, 4 or 8. `pvOurs`: see CBlock.
+void* Allocate(HANDLE hHeap, SIZE_T cb, SIZE_T cbAlignment, bool bZero, const void* pvOurs, const CStack& stack);
 
 // The block that begins at `p` and is allocated. NULL when it is none of these blocks. A pointer into the middle of a
 // block, or to one that has been freed, ends the program; `pszCall` and `stack` are told then.

@@ -1,9 +1,10 @@
 // What the checked modules call in place of the allocators.
 //
 // The memory that malloc and new give comes from HeapAlloc, which the C run-time libraries import. Their own hooks only
-// note who called: the words of the stack between that call and the one of HeapAlloc would not tell for certain.
+// note where they were called: among the words of the stack below that are left-overs of earlier calls.
 #include "blocks.h"
 
+#include <algorithm>
 #include <cstring>
 #include <cwchar>
 #include <new>
@@ -29,17 +30,18 @@ bool IsChecked(HANDLE hHeap)
     return (hHeap == g_hProcessHeap || hHeap == g_hRuntimeHeap) && !IsFaulting();
 }
 
-// Who called malloc, new or their like in this thread: the outermost of such calls. Not a thread_local, which would
-// allocate.
+// Where on the stack the return address of malloc, new or their like is, while this thread is in one: of the outermost of
+// such calls. Not a thread_local, which would allocate.
 DWORD g_dwCallerSlot = TLS_OUT_OF_INDEXES;
 
 class CCaller
 {
 public:
-    explicit CCaller(const void* pv) : m_dwError(::GetLastError())
+    // The frame of the function that stands in for malloc.
+    explicit CCaller(void* pvFrame) : m_dwError(::GetLastError())
     {
         m_bOuter = !::TlsGetValue(g_dwCallerSlot);
-        if (m_bOuter) ::TlsSetValue(g_dwCallerSlot, const_cast<void*>(pv));
+        if (m_bOuter) ::TlsSetValue(g_dwCallerSlot, static_cast<void**>(pvFrame) + 1);
         ::SetLastError(m_dwError);
     }
     ~CCaller()
@@ -67,43 +69,43 @@ struct CRuntime
 
 void* __cdecl HookMalloc(size_t cb)
 {
-    const CCaller caller(__builtin_return_address(0));
+    const CCaller caller(__builtin_frame_address(0));
     return g_runtime.malloc(cb);
 }
 
 void* __cdecl HookCalloc(size_t n, size_t cb)
 {
-    const CCaller caller(__builtin_return_address(0));
+    const CCaller caller(__builtin_frame_address(0));
     return g_runtime.calloc(n, cb);
 }
 
 void* __cdecl HookRealloc(void* p, size_t cb)
 {
-    const CCaller caller(__builtin_return_address(0));
+    const CCaller caller(__builtin_frame_address(0));
     return g_runtime.realloc(p, cb);
 }
 
 void* __cdecl HookNewObject(size_t cb)
 {
-    const CCaller caller(__builtin_return_address(0));
+    const CCaller caller(__builtin_frame_address(0));
     return g_runtime.newObject(cb);
 }
 
 void* __cdecl HookNewArray(size_t cb)
 {
-    const CCaller caller(__builtin_return_address(0));
+    const CCaller caller(__builtin_frame_address(0));
     return g_runtime.newArray(cb);
 }
 
 void* __cdecl HookTryNewObject(size_t cb, const std::nothrow_t& no)
 {
-    const CCaller caller(__builtin_return_address(0));
+    const CCaller caller(__builtin_frame_address(0));
     return g_runtime.tryNewObject(cb, no);
 }
 
 void* __cdecl HookTryNewArray(size_t cb, const std::nothrow_t& no)
 {
-    const CCaller caller(__builtin_return_address(0));
+    const CCaller caller(__builtin_frame_address(0));
     return g_runtime.tryNewArray(cb, no);
 }
 
@@ -122,25 +124,28 @@ bool ToFail(const CModule* pOwner)
     return fail && pOwner && pOwner->kind == EKind::kOurs && fail();
 }
 
-// The module that wants the memory: of whoever called malloc or its like, or HeapAlloc itself. NULL when the system or a
+// The module of whoever called malloc or its like, or HeapAlloc itself, and so wants the memory. NULL when the system or a
 // run-time library does for itself.
 const CModule* Owner(const void* pvCaller)
 {
-    const void* const pvNoted = ::TlsGetValue(g_dwCallerSlot);
-    const CModule* pModule = FindModule(pvNoted ? pvNoted : pvCaller);
+    const CModule* pModule = FindModule(pvCaller);
     return pModule && (pModule->kind == EKind::kOurs || pModule->kind == EKind::kProgram) ? pModule : nullptr;
 }
 
-void* New(HANDLE hHeap, DWORD dwFlags, SIZE_T cb, const void* pFrame)
+// `cbLeast`: what the block's address is a multiple of, whatever its size.
+void* New(HANDLE hHeap, DWORD dwFlags, SIZE_T cb, const void* pFrame, SIZE_T cbLeast = 1)
 {
     const DWORD dwError = ::GetLastError();
+    if (const void* const pOuter = ::TlsGetValue(g_dwCallerSlot)) pFrame = pOuter;
     CStack stack;
     Capture(stack, pFrame);
-    const CModule* pOwner = Owner(*static_cast<const void* const*>(pFrame));
+    const void* const pvCaller = *static_cast<const void* const*>(pFrame);
+    const CModule* pOwner = Owner(pvCaller);
     const bool bOurs = pOwner && pOwner->kind == EKind::kOurs;
     void* p = nullptr;
     if (!ToFail(pOwner)) {
-        p = Allocate(hHeap, cb, Alignment(pOwner, cb), dwFlags & HEAP_ZERO_MEMORY, bOurs, stack);
+        const SIZE_T cbAlignment = std::max(Alignment(pOwner, cb), cbLeast);
+        p = Allocate(hHeap, cb, cbAlignment, dwFlags & HEAP_ZERO_MEMORY, bOurs ? pvCaller : nullptr, stack);
         // More blocks than there are records for: a program that holds so many is not to be told that there is no memory.
         if (!p) p = g_system.alloc(hHeap, dwFlags, cb);
     }
@@ -184,9 +189,9 @@ SIZE_T WINAPI HookHeapSize(HANDLE hHeap, DWORD dwFlags, LPCVOID p)
 }
 
 // Always to another place: who keeps the old address is found out.
-void* Move(CBlock& block, DWORD dwFlags, SIZE_T cb, const void* pFrame, const CStack& stack)
+void* Move(CBlock& block, DWORD dwFlags, SIZE_T cb, const void* pFrame, const CStack& stack, SIZE_T cbLeast = 1)
 {
-    void* const pNew = New(block.hHeap, dwFlags, cb, pFrame);
+    void* const pNew = New(block.hHeap, dwFlags, cb, pFrame, cbLeast);
     if (!pNew) return nullptr;
     const DWORD dwError = ::GetLastError();
     std::memcpy(pNew, block.p, cb < block.cb ? cb : block.cb);
@@ -235,13 +240,14 @@ struct CMovable
     decltype(&::LocalSize) size;
 };
 CMovable g_local = {}, g_global = {};
+constexpr SIZE_T kFixedAlignment = 4; // what a dialog template needs
 decltype(&::GlobalLock) g_globalLock = nullptr;
 decltype(&::GlobalUnlock) g_globalUnlock = nullptr;
 
 HLOCAL AllocateFixed(const CMovable& system, UINT nFlags, SIZE_T cb, const void* pFrame)
 {
     if ((nFlags & LMEM_MOVEABLE) || IsFaulting()) return system.alloc(nFlags, cb);
-    return New(g_hProcessHeap, nFlags & LMEM_ZEROINIT ? HEAP_ZERO_MEMORY : 0, cb, pFrame);
+    return New(g_hProcessHeap, nFlags & LMEM_ZEROINIT ? HEAP_ZERO_MEMORY : 0, cb, pFrame, kFixedAlignment);
 }
 
 HLOCAL ReAllocateFixed(const CMovable& system, HLOCAL h, SIZE_T cb, UINT nFlags, const void* pFrame)
@@ -251,7 +257,7 @@ HLOCAL ReAllocateFixed(const CMovable& system, HLOCAL h, SIZE_T cb, UINT nFlags,
     CBlock* pBlock = IsFaulting() ? nullptr : Find(h, "LocalReAlloc", stack);
     if (!pBlock) return system.reAlloc(h, cb, nFlags);
     if (nFlags & LMEM_MODIFY) return h;
-    return Move(*pBlock, nFlags & LMEM_ZEROINIT ? HEAP_ZERO_MEMORY : 0, cb, pFrame, stack);
+    return Move(*pBlock, nFlags & LMEM_ZEROINIT ? HEAP_ZERO_MEMORY : 0, cb, pFrame, stack, kFixedAlignment);
 }
 
 HLOCAL FreeFixed(const CMovable& system, HLOCAL h, const void* pFrame)
