@@ -30,14 +30,17 @@ use_wine() {
     # Arguments and file names are UTF-8: under the C locale Wine loses what is not ASCII.
     export LC_ALL=C.UTF-8
     export WINEPREFIX=$PWD/build/$name WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe='
-    if [[ ! -f $WINEPREFIX/korvane.ready ]]; then
+    if [[ ! -f $WINEPREFIX/korvane-2.ready ]]; then
         say "making a 32-bit Wine prefix in build/$name"
         rm -rf "$WINEPREFIX"
         (unset DISPLAY; wineboot -i && wineserver -w) >"build/$name.log" 2>&1 || fail "wineboot failed; its words are in build/$name.log."
         # Unmanaged windows: without a window manager, closing a managed one waits two seconds for an answer.
         (unset DISPLAY; wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f && wineserver -w) >>"build/$name.log" 2>&1 ||
             fail "could not write to the Wine registry; the words are in build/$name.log."
-        touch "$WINEPREFIX/korvane.ready"
+        # A program that crashes ends, with its stack in its output; a box would wait for somebody to press OK.
+        (unset DISPLAY; wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f && wineserver -w) >>"build/$name.log" 2>&1 ||
+            fail "could not write to the Wine registry; the words are in build/$name.log."
+        touch "$WINEPREFIX/korvane-2.ready"
     fi
 }
 

@@ -28,7 +28,9 @@ void WriteFileBytes(const std::wstring& path, const Bytes& bytes)
 {
     FILE* const file = ::_wfopen(path.c_str(), L"wb");
     ASSERT_NE(nullptr, file);
-    EXPECT_EQ(bytes.size(), std::fwrite(bytes.data(), 1, bytes.size(), file));
+    if (!bytes.empty()) {
+        EXPECT_EQ(bytes.size(), std::fwrite(bytes.data(), 1, bytes.size(), file));
+    }
     std::fclose(file);
 }
 
