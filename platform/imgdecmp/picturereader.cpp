@@ -2,13 +2,28 @@
 
 #include "pictureheader.h"
 
+#include <atomic>
 #include <cstring>
 
-// The component's own maker of factories, which saves the look-up of a class in the registry. It is exported, but no
-// header declares it.
-extern "C" HRESULT WINAPI WICCreateImagingFactory_Proxy(UINT sdkVersion, IWICImagingFactory** ppFactory);
-
 namespace {
+
+// Makes a factory by the component's own maker, which saves the look-up of a class in the registry. The component comes
+// with the first picture, and stays: a host that shows none does not wait for it to load. Threads that meet here both
+// load it, which does no harm.
+HRESULT MakeFactory(IWICImagingFactory** ppFactory)
+{
+    using Maker = HRESULT(WINAPI*)(UINT sdkVersion, IWICImagingFactory * *ppFactory); // exported, but in no header
+    static std::atomic<Maker> s_make{nullptr};
+    Maker make = s_make;
+    if (!make) {
+        const HMODULE component = ::LoadLibraryW(L"windowscodecs.dll");
+        const FARPROC found = component ? ::GetProcAddress(component, "WICCreateImagingFactory_Proxy") : nullptr;
+        if (!found) return HRESULT_FROM_WIN32(::GetLastError());
+        make = reinterpret_cast<Maker>(reinterpret_cast<INT_PTR>(found));
+        s_make = make;
+    }
+    return make(WINCODEC_SDK_VERSION, ppFactory);
+}
 
 unsigned int Word(const BYTE* pb)
 {
@@ -45,7 +60,7 @@ HRESULT CPictureReader::Open(CInputStream& input, COLORREF transparentOverride)
         m_background[2] = GetRValue(transparentOverride);
     }
 
-    HRESULT hr = ::WICCreateImagingFactory_Proxy(WINCODEC_SDK_VERSION, m_factory.Receive());
+    HRESULT hr = MakeFactory(m_factory.Receive());
     if (FAILED(hr)) return hr;
     hr = m_factory->CreateDecoderFromStream(&input, nullptr, WICDecodeMetadataCacheOnDemand, m_decoder.Receive());
     if (hr == WINCODEC_ERR_COMPONENTNOTFOUND || hr == WINCODEC_ERR_UNKNOWNIMAGEFORMAT) return IMGDECOMP_E_NOIMAGE;
