@@ -35,11 +35,22 @@ inline double Seconds()
     return static_cast<double>(ticks.QuadPart) / static_cast<double>(frequency.QuadPart);
 }
 
+// How long a subject works in a round, at the least, and how many rounds there are.
+struct Pace
+{
+    double seconds = 0.1;
+    int rounds = 15;
+};
+// For jobs that wait for another process: the scheduler decides how long, and keeps to it for a while. Many short rounds
+// let all subjects have their share of each.
+constexpr Pace kShortRounds = {0.01, 150};
+
 class Comparison
 {
 public:
     // `unit` names what is printed; `unitsPerSecond` turns the seconds of a pass into it.
-    Comparison(std::string title, std::string unit, double unitsPerSecond) : m_dUnitsPerSecond(unitsPerSecond)
+    Comparison(std::string title, std::string unit, double unitsPerSecond, Pace pace = {})
+        : m_dUnitsPerSecond(unitsPerSecond), m_pace(pace)
     {
         m_results.title = std::move(title);
         m_results.unit = std::move(unit);
@@ -55,8 +66,8 @@ public:
 
     void Run()
     {
-        const int rounds = IsQuick() ? 3 : 15;
-        const double leastSeconds = IsQuick() ? 0.03 : 0.1; // of a subject in a round
+        const int rounds = IsQuick() ? m_pace.rounds / 5 : m_pace.rounds;
+        const double leastSeconds = IsQuick() ? m_pace.seconds / 3 : m_pace.seconds;
         for (int round = -1; round < rounds; ++round) {
             for (size_t turn = 0; turn < m_passes.size(); ++turn) {
                 const size_t subject = (turn + round + 1) % m_passes.size();
@@ -78,6 +89,7 @@ public:
 
 private:
     double m_dUnitsPerSecond;
+    Pace m_pace;
     Table m_results;
     std::vector<std::function<bool()>> m_passes; // one a subject
 };

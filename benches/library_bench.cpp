@@ -65,20 +65,27 @@ int main(int argc, char** argv)
     std::printf("\nkorvaneLib.dll, stripped: %.1f KB.\n", size / 1e3);
     bench::Judge("korvaneLib.dll, stripped", "korvaneLib.dll", "600 KB", size, 600e3, "bytes", bench::AtMost(1));
 
-    const auto compare = [&](const char* title) {
+    const auto compare = [&](const char* title, bool isWhole) {
         bench::Comparison loading(title, "us a loading", 1e6);
         loading.Add("korvaneLib.dll", "the library", [&] { return LoadOnce(kOurs); });
         loading.Add("empty", "a DLL with nothing but its entry point", [&] { return LoadOnce(kEmpty); });
+        if (isWhole) {
+            loading.Add("automation", "a DLL that imports one function of the system's automation, as the library must",
+                        [&] { return LoadOnce(L"bench_automation.dll"); });
+            loading.Add("system",
+                        "a DLL that imports a function of each of the system's modules that the library needs",
+                        [&] { return LoadOnce(L"bench_system.dll"); });
+        }
         loading.Run();
         return loading.Results();
     };
-    const bench::Table whole = compare("Loading with everything that it imports");
+    const bench::Table whole = compare("Loading with everything that it imports", true);
     std::vector<HMODULE> imports;
     if (const HMODULE module = ::LoadLibraryW(kOurs)) {
         for (const std::wstring& name : ImportsOf(module)) imports.push_back(::LoadLibraryW(name.c_str()));
         ::FreeLibrary(module);
     }
-    const bench::Table alone = compare("Loading alone");
+    const bench::Table alone = compare("Loading alone", false);
     for (const HMODULE module : imports) ::FreeLibrary(module);
     bench::Judge(alone, "load, its imports being there", "korvaneLib.dll", "empty", bench::AtMost(2));
     bench::Judge(whole, "load, with all its imports", "korvaneLib.dll", "empty", bench::AtMost(2));

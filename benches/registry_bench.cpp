@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int kCalls = 1000; // in a pass
+constexpr int kCalls = 50; // in a pass
 constexpr const wchar_t* kText = L"C:\\Program Files\\Atlas\\maps\\city.vol";
 
 // A key of this process's own, gone afterwards.
@@ -54,7 +54,7 @@ int main(int argc, char** argv)
                      "time; every value read is compared with the one stored.\n");
     constexpr double kMicroseconds = 1e6 / kCalls;
 
-    bench::Comparison numbers("Reading a number", "us a value", kMicroseconds);
+    bench::Comparison numbers("Reading a number", "us a value", kMicroseconds, bench::kShortRounds);
     numbers.Add("`CRegistryValue`", "`unsigned long n = key->GetVals(name)`", [&] {
         return Repeat([&] {
             const unsigned long value = key.m_pKey->GetVals(L"Number");
@@ -71,7 +71,7 @@ int main(int argc, char** argv)
     numbers.Run();
     bench::Judge(numbers.Results(), "registry: read a number", "`CRegistryValue`", "bare", bench::AtMost(1.1));
 
-    bench::Comparison texts("Reading a text of any length", "us a value", kMicroseconds);
+    bench::Comparison texts("Reading a text of any length", "us a value", kMicroseconds, bench::kShortRounds);
     texts.Add("`CRegistryValue`", "`CString s = key->GetVals(name)`", [&] {
         return Repeat([&] {
             const CString text = key.m_pKey->GetVals(L"Text");
@@ -101,7 +101,7 @@ int main(int argc, char** argv)
     texts.Run();
     bench::Judge(texts.Results(), "registry: read a text", "`CRegistryValue`", "bare, size first", bench::AtMost(1.1));
 
-    bench::Comparison writing("Writing a text", "us a value", kMicroseconds);
+    bench::Comparison writing("Writing a text", "us a value", kMicroseconds, bench::kShortRounds);
     writing.Add("`CRegistryKey`", "`key->PutVals(name, text)`", [&] {
         return Repeat([&] {
             key.m_pKey->PutVals(L"Written", kText);
