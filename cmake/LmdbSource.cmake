@@ -36,6 +36,10 @@ lmdb_replace("done:\n\t*ret = p;" "\tif (!kv_page_is_sound(env, p, pgno, txn->mt
 
 # What a search in a page may look at next is on its way from memory while it looks at the present one.
 lmdb_replace("\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);" "\t\t\tkv_fetch_nodes(mp, low, high, nkeys);\n\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);")
+# The file is opened once, by the volume, which also closes it; reading it needs no completion.
+lmdb_replace("rc = mdb_fopen(env, &fname,\n\t\t(flags & MDB_RDONLY) ? MDB_O_RDONLY : MDB_O_RDWR,\n\t\tmode, &env->me_fd);" "rc = kv_take_file(env);")
+lmdb_replace("\tif (env->me_fd != INVALID_HANDLE_VALUE)\n\t\t(void) close(env->me_fd);\n" "")
+lmdb_replace("rc = ReadFile(env->me_fd, &pbuf, Size, &len, &ov) ? (int)len : -1;" "rc = kv_read_file(env, off, &pbuf, Size, &len) ? (int)len : -1;")
 
 file(WRITE ${KORVANE_LMDB_DIR}/mdb_prepared.c.new "${lmdb_source}")
 file(COPY_FILE ${KORVANE_LMDB_DIR}/mdb_prepared.c.new ${KORVANE_LMDB_DIR}/mdb_prepared.c ONLY_IF_DIFFERENT)

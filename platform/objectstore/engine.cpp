@@ -14,14 +14,6 @@ CFileIdentity IdentityOfFile(HANDLE file)
     return {info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow};
 }
 
-std::string ToUtf8(const std::wstring& text)
-{
-    const int cch = static_cast<int>(text.size());
-    std::string utf8(::WideCharToMultiByte(CP_UTF8, 0, text.data(), cch, nullptr, 0, nullptr, nullptr), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), cch, utf8.data(), static_cast<int>(utf8.size()), nullptr, nullptr);
-    return utf8;
-}
-
 } // namespace
 
 bool IdentityOf(const wchar_t* pszPath, CFileIdentity& identity)
@@ -40,19 +32,20 @@ CVolumeState::~CVolumeState()
     if (pEnv) mdb_env_close(pEnv);
     std::free(pages.held);
     std::free(pages.use);
+    if (hFile != INVALID_HANDLE_VALUE) ::CloseHandle(hFile);
 }
 
 // ---- Opening and closing -------------------------------------------------------------------------------------------
 
 // Brings the file to a state that may be mapped: a new volume, the volume as it was closed, or its last flushed state
 // after a power cut.
-DWORD CVolumeState::PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, bool bOthers, CVolumeHeader& header)
+DWORD CVolumeState::PrepareFile(DWORD dwDisposition, bool bNew, bool bOthers, CVolumeHeader& header)
 {
     const bool bToBeEmptied = !bNew && (dwDisposition == CREATE_ALWAYS || dwDisposition == TRUNCATE_EXISTING);
     if (bToBeEmptied && bOthers) return ERROR_SHARING_VIOLATION;
     BYTE image[KV_RESERVED_PAGES * kPageBytes];
     const auto read = [&] {
-        const DWORD dwError = ReadAt(file, 0, image, sizeof image);
+        const DWORD dwError = ReadAt(hFile, 0, image, sizeof image);
         if (dwError == ERROR_HANDLE_EOF) return static_cast<DWORD>(ERROR_FILE_CORRUPT);
         return dwError == ERROR_SUCCESS ? ReadHeader(image + 2 * kPageBytes, header) : dwError;
     };
@@ -60,17 +53,17 @@ DWORD CVolumeState::PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, boo
     DWORD dwError = ERROR_SUCCESS;
     if (!bNew && dwDisposition != CREATE_ALWAYS) {
         dwError = read();
-        if (dwError == ERROR_SUCCESS && !kv_state_is_sound(&header.flushed, ::GetFileSize(file, nullptr))) {
+        if (dwError == ERROR_SUCCESS && !kv_state_is_sound(&header.flushed, ::GetFileSize(hFile, nullptr))) {
             dwError = ERROR_FILE_CORRUPT;
         }
     }
     if (dwError == ERROR_SUCCESS && (bNew || bToBeEmptied)) {
-        dwError = FormatVolume(file);
+        dwError = FormatVolume(hFile);
         if (dwError == ERROR_SUCCESS) dwError = read();
     }
     if (dwError != ERROR_SUCCESS || bOthers) return dwError;
 
-    const DWORD cbFile = ::GetFileSize(file, nullptr);
+    const DWORD cbFile = ::GetFileSize(hFile, nullptr);
     if (cbFile == INVALID_FILE_SIZE || cbFile > kLargestFile + kLargestStep) return ERROR_FILE_CORRUPT;
     const bool bLeftInThisRun = header.dwInUse && header.boot == PresentBoot();
     kv_state committed;
@@ -79,26 +72,26 @@ DWORD CVolumeState::PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, boo
     // In use during another run of the system: what came after the flush may have reached the disk in part. And closed
     // volumes have nothing after the flush.
     if (!bMetasSound || std::memcmp(&committed, &header.flushed, sizeof committed) != 0)
-        return RestoreFlushed(file, header);
+        return RestoreFlushed(hFile, header);
     return ERROR_SUCCESS;
 }
 
-DWORD CVolumeState::OpenEnvironment(HANDLE file)
+DWORD CVolumeState::OpenEnvironment()
 {
     pages.use = static_cast<uint8_t*>(std::calloc(KV_MAX_PAGES, 1)); // large: comes untouched from the system
     if (!pages.use) return ERROR_NOT_ENOUGH_MEMORY;
+    pages.file = hFile;
     pages.free_in_flushed = shared->rgFreeInFlushed;
     pages.pin = 1;
     LARGE_INTEGER cbFile;
-    if (!::GetFileSizeEx(file, &cbFile)) return ::GetLastError();
+    if (!::GetFileSizeEx(hFile, &cbFile)) return ::GetLastError();
     int rc = mdb_env_create(&pEnv);
     if (rc == MDB_SUCCESS) rc = mdb_env_set_userctx(pEnv, &pages);
     if (rc == MDB_SUCCESS) rc = mdb_env_set_mapsize(pEnv, cbFile.LowPart / kPageBytes * kPageBytes);
     if (rc == MDB_SUCCESS) {
-        rc = mdb_env_open(pEnv, ToUtf8(strPath).c_str(),
-                          MDB_NOSUBDIR | MDB_WRITEMAP | MDB_NOSYNC | MDB_NOLOCK | MDB_NOTLS, 0);
+        // A name is asked for, but nothing is opened by it.
+        rc = mdb_env_open(pEnv, "volume", MDB_NOSUBDIR | MDB_WRITEMAP | MDB_NOSYNC | MDB_NOLOCK | MDB_NOTLS, 0);
     }
-    if (rc == MDB_SUCCESS) rc = mdb_env_get_fd(pEnv, &hFile);
     if (rc == MDB_SUCCESS) rc = mdb_txn_begin(pEnv, nullptr, MDB_RDONLY, &pReadTxn);
     if (rc == MDB_SUCCESS) rc = mdb_set_compare(pReadTxn, kMainTree, kv_compare_keys);
     if (rc == MDB_SUCCESS) {
@@ -123,41 +116,42 @@ DWORD CVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr
     const DWORD dwHow = dwDisposition == CREATE_NEW                                            ? CREATE_NEW
                         : dwDisposition == OPEN_EXISTING || dwDisposition == TRUNCATE_EXISTING ? OPEN_EXISTING
                                                                                                : OPEN_ALWAYS;
-    ::SetLastError(ERROR_SUCCESS);
-    CScopedFile file(::CreateFileW(szPath, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                   dwHow, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (file == INVALID_HANDLE_VALUE) return ::GetLastError();
-    bExisted = dwHow == OPEN_EXISTING || (dwHow == OPEN_ALWAYS && ::GetLastError() == ERROR_ALREADY_EXISTS);
-
-    std::unique_ptr<CVolume> opened(new CVolume);
+    std::unique_ptr<CVolume> opened(new CVolume); // before there is a handle that would have to be closed
     opened->m_pState->strPath = szPath;
-    const DWORD dwError = opened->m_pState->Open(file, dwDisposition, !bExisted);
+    ::SetLastError(ERROR_SUCCESS);
+    const HANDLE hFile = ::CreateFileW(szPath, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                       nullptr, dwHow, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (hFile == INVALID_HANDLE_VALUE) {
+        const DWORD dwError = ::GetLastError();
+        opened->m_pState.reset();
+        return dwError;
+    }
+    bExisted = dwHow == OPEN_EXISTING || (dwHow == OPEN_ALWAYS && ::GetLastError() == ERROR_ALREADY_EXISTS);
+    opened->m_pState->hFile = hFile;
+    const DWORD dwError = opened->m_pState->Open(dwDisposition, !bExisted);
     if (dwError == ERROR_SUCCESS) {
         volume = std::move(opened);
         return ERROR_SUCCESS;
     }
     opened->m_pState.reset(); // never became a volume: there is nothing to flush
-    if (!bExisted) {
-        file.Close();
-        ::DeleteFileW(szPath);
-    }
+    if (!bExisted) ::DeleteFileW(szPath);
     return dwError;
 }
 
-DWORD CVolumeState::Open(HANDLE file, DWORD dwDisposition, bool bCreated)
+DWORD CVolumeState::Open(DWORD dwDisposition, bool bCreated)
 {
-    identity = IdentityOfFile(file);
+    identity = IdentityOfFile(hFile);
     DWORD dwError = shared.Open(identity);
     if (dwError != ERROR_SUCCESS) return dwError;
     const bool bOthers = shared.OthersAreHere();
     CVolumeHeader header = {};
     // Another process may have made the new file a volume since it was created here.
-    const bool bNew = bCreated && ::GetFileSize(file, nullptr) == 0;
-    dwError = PrepareFile(file, dwDisposition, bNew, bOthers, header);
+    const bool bNew = bCreated && ::GetFileSize(hFile, nullptr) == 0;
+    dwError = PrepareFile(dwDisposition, bNew, bOthers, header);
     if (dwError == ERROR_SUCCESS && !bOthers) shared.Reset(header);
     if (dwError == ERROR_SUCCESS) dwError = shared.Enter();
     if (dwError == ERROR_SUCCESS) {
-        dwError = OpenEnvironment(file);
+        dwError = OpenEnvironment();
         if (dwError == ERROR_SUCCESS && !bOthers && !shared->bNeedsRecovery) {
             shared.Lock();
             dwError = AdoptFlushed();
@@ -199,11 +193,9 @@ DWORD CVolumeState::Close()
     pEnv = nullptr;
     if (bLast && dwError == ERROR_SUCCESS && shared->bInUseMarked) {
         // The file was let grow ahead of its content: back to it. If that fails it is only longer than it need be.
-        CScopedFile file(::CreateFileW(strPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                       OPEN_EXISTING, 0, nullptr));
-        if (file != INVALID_HANDLE_VALUE && ::GetFileSize(file, nullptr) > cbContent &&
-            ::SetFilePointer(file, static_cast<LONG>(cbContent), nullptr, FILE_BEGIN) == cbContent) {
-            ::SetEndOfFile(file);
+        if (::GetFileSize(hFile, nullptr) > cbContent &&
+            ::SetFilePointer(hFile, static_cast<LONG>(cbContent), nullptr, FILE_BEGIN) == cbContent) {
+            ::SetEndOfFile(hFile);
         }
     }
     shared.Unlock();

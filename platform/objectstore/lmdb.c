@@ -12,9 +12,15 @@
  *    (kv_split_point).
  *  - LMDB believes what it reads. A volume may come from a stranger: each page is checked when this process first meets
  *    it (kv_page_is_sound), and again when it was given to a large value (kv_page_taken).
+ *  - The volume has its file open already, and has looked at it. LMDB gets that handle (kv_take_file) instead of opening
+ *    the file once more, which would take longer than all that it does itself.
  */
 #include "lmdb_ext.h"
 
+#include <windows.h>
+
+static int kv_take_file(MDB_env* env);
+static int kv_read_file(MDB_env* env, DWORD offset, void* p, DWORD bytes, DWORD* read);
 static int kv_hold_pages(MDB_txn* txn);
 static int kv_reuse_forbidden(MDB_env* env);
 static void kv_page_taken(MDB_env* env, size_t page, int count);
@@ -113,6 +119,20 @@ enum
 static kv_pages* pages_of(MDB_env* env)
 {
     return (kv_pages*)env->me_userctx;
+}
+
+static int kv_take_file(MDB_env* env)
+{
+    env->me_fd = pages_of(env)->file;
+    return MDB_SUCCESS;
+}
+
+/* At its start LMDB reads with an offset of its own, after which the system tells of the completion. Nobody waits for
+ * that. */
+static int kv_read_file(MDB_env* env, DWORD offset, void* p, DWORD bytes, DWORD* read)
+{
+    return SetFilePointer(env->me_fd, (LONG)offset, NULL, FILE_BEGIN) != INVALID_SET_FILE_POINTER &&
+           ReadFile(env->me_fd, p, bytes, read, NULL);
 }
 
 static int kv_reuse_forbidden(MDB_env* env)

@@ -33,6 +33,7 @@ typedef struct kv_state
 /* The engine's word on pages, attached to the environment (mdb_env_set_userctx) for as long as it is open. */
 typedef struct kv_pages
 {
+    void* file;                     /* the volume's, open for reading and writing; its opener closes it */
     const uint8_t* free_in_flushed; /* page map: was free in the last flushed state */
     uint32_t flushed_last_page;     /* the last flushed state's last page */
     int pin;                        /* pages of the flushed state that a transaction frees are held, not listed */

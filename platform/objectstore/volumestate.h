@@ -49,23 +49,23 @@ struct CVolumeState
     std::wstring strPath;
     CFileIdentity identity;
     CShared shared;
-    MDB_env* pEnv = nullptr;          // owned
-    HANDLE hFile = nullptr;           // the environment's
-    MDB_txn* pReadTxn = nullptr;      // owned; reset between changes of the map
-    bool bReadTxnLive = false;        // it holds a snapshot
-    MDB_txn* pWriteTxn = nullptr;     // of the present write access or the batch
-    bool bBatch = false;              // pWriteTxn outlives its access
-    DWORD dwBatchError = 0;           // a write access of the batch ended half way
-    std::vector<void**> writeCursors; // cursors on pWriteTxn: closed before it changes
-    ULONGLONG ullVersion = 1;         // see CAccess::ContentVersion
-    DWORD dwSeenTxn = 0;              // the committed state that ullVersion stands for
+    MDB_env* pEnv = nullptr;             // owned
+    HANDLE hFile = INVALID_HANDLE_VALUE; // owned; lent to the environment
+    MDB_txn* pReadTxn = nullptr;         // owned; reset between changes of the map
+    bool bReadTxnLive = false;           // it holds a snapshot
+    MDB_txn* pWriteTxn = nullptr;        // of the present write access or the batch
+    bool bBatch = false;                 // pWriteTxn outlives its access
+    DWORD dwBatchError = 0;              // a write access of the batch ended half way
+    std::vector<void**> writeCursors;    // cursors on pWriteTxn: closed before it changes
+    ULONGLONG ullVersion = 1;            // see CAccess::ContentVersion
+    DWORD dwSeenTxn = 0;                 // the committed state that ullVersion stands for
     kv_pages pages = {};
     std::vector<CChangeNote> notes; // of the present write access or the batch: told when it has ended well
 
     ~CVolumeState();
-    DWORD Open(HANDLE file, DWORD dwDisposition, bool bCreated);
-    DWORD OpenEnvironment(HANDLE file);
-    DWORD PrepareFile(HANDLE file, DWORD dwDisposition, bool bNew, bool bOthers, CVolumeHeader& header);
+    DWORD Open(DWORD dwDisposition, bool bCreated);
+    DWORD OpenEnvironment();
+    DWORD PrepareFile(DWORD dwDisposition, bool bNew, bool bOthers, CVolumeHeader& header);
     DWORD AdoptFlushed();
     void SeeCommitted();
     DWORD BeginReading();
