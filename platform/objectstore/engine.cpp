@@ -31,7 +31,7 @@ CVolumeState::~CVolumeState()
     if (pReadTxn) mdb_txn_abort(pReadTxn);
     if (pEnv) mdb_env_close(pEnv);
     std::free(pages.held);
-    std::free(pages.use);
+    if (pages.use) ::VirtualFree(pages.use, 0, MEM_RELEASE);
     if (hFile != INVALID_HANDLE_VALUE) ::CloseHandle(hFile);
 }
 
@@ -78,7 +78,8 @@ DWORD CVolumeState::PrepareFile(DWORD dwDisposition, bool bNew, bool bOthers, CV
 
 DWORD CVolumeState::OpenEnvironment()
 {
-    pages.use = static_cast<uint8_t*>(std::calloc(KV_MAX_PAGES, 1)); // large: comes untouched from the system
+    // Of the system, which hands it out untouched; the heap clears it.
+    pages.use = static_cast<uint8_t*>(::VirtualAlloc(nullptr, KV_MAX_PAGES, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
     if (!pages.use) return ERROR_NOT_ENOUGH_MEMORY;
     pages.file = hFile;
     pages.free_in_flushed = shared->rgFreeInFlushed;

@@ -1,7 +1,6 @@
 // Flushes, and what has to be found again when a process died: docs/database.md has the reasoning.
 #include "volumestate.h"
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -20,14 +19,18 @@ DWORD CVolumeState::AdoptFlushed()
 {
     const DWORD dwError = BeginReading();
     if (dwError != ERROR_SUCCESS) return dwError;
+    kv_state committed;
+    kv_committed(pEnv, &committed);
+    const size_t cbMap = committed.last_page / 8 + 1;
     // An exception would leave the volume locked.
-    const std::unique_ptr<BYTE[]> freeMap(new (std::nothrow) BYTE[KV_PAGE_MAP_BYTES]());
+    const std::unique_ptr<BYTE[]> freeMap(new (std::nothrow) BYTE[cbMap]());
     if (!freeMap) return ERROR_NOT_ENOUGH_MEMORY;
     const int rc = kv_list_free(pReadTxn, freeMap.get());
     if (rc != MDB_SUCCESS) return ToWin32(rc);
     // Pages that are held yet were freed before this state: it does not use them either.
-    for (size_t i = 0; i < KV_PAGE_MAP_BYTES; i++) shared->rgFreeInFlushed[i] = freeMap[i] | shared->rgHeld[i];
-    kv_committed(pEnv, &shared->flushed);
+    for (size_t i = 0; i < cbMap; i++)
+        shared->rgFreeInFlushed[i] = freeMap[i] | (i < shared->cbHeld ? shared->rgHeld[i] : 0);
+    shared->flushed = committed;
     shared->dwCommitsSinceFlush = 0;
     return ERROR_SUCCESS;
 }
@@ -60,7 +63,7 @@ DWORD CVolumeState::MarkInUse()
 // been written to; afterwards its pages are free for use.
 DWORD CVolumeState::FlushLocked()
 {
-    const bool bHeld = std::any_of(shared->rgHeld, shared->rgHeld + KV_PAGE_MAP_BYTES, [](BYTE b) { return b != 0; });
+    const bool bHeld = shared.AnyHeld();
     if (!bHeld && kv_committed_txnid(pEnv) == shared->flushed.txnid) return ERROR_SUCCESS;
     shared->bChanging = 1;
     DWORD dwError = ERROR_SUCCESS;
@@ -92,7 +95,7 @@ DWORD CVolumeState::FlushLocked()
         // The list now offers pages that the state on the disk still uses: no transaction before a flush has succeeded.
         shared->bNeedsRecovery = 1;
     } else if (dwError == ERROR_SUCCESS) {
-        if (bReleased) std::memset(shared->rgHeld, 0, sizeof shared->rgHeld);
+        if (bReleased) shared.HoldNone();
         dwError = AdoptFlushed();
     }
     shared->bChanging = 0;
@@ -119,10 +122,10 @@ DWORD CVolumeState::Recover()
     if (rc != MDB_SUCCESS) return ToWin32(rc);
     kv_state committed;
     kv_committed(pEnv, &committed);
-    std::memset(shared->rgHeld, 0, sizeof shared->rgHeld);
+    shared.HoldNone();
     for (DWORD dw = KV_RESERVED_PAGES; dw <= committed.last_page; dw++) {
         if (kv_bit(used.data(), dw) && kv_bit(freeMap.data(), dw)) return ERROR_FILE_CORRUPT;
-        if (!kv_bit(used.data(), dw) && !kv_bit(freeMap.data(), dw)) kv_set_bit(shared->rgHeld, dw);
+        if (!kv_bit(used.data(), dw) && !kv_bit(freeMap.data(), dw)) shared.Hold(dw);
     }
     kv_forbid_reuse(pEnv, 1);
     shared->flushed.txnid = 0; // whatever it was: this state is to be flushed

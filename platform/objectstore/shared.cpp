@@ -5,6 +5,8 @@
 #include "processlife.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <cwchar>
 #include <ntsecapi.h>
 
@@ -80,11 +82,34 @@ bool CShared::OthersAreHere()
 
 void CShared::Reset(const CVolumeHeader& header)
 {
-    *m_pBlock = {};
+    // All but what these numbers say to be empty.
+    std::memset(m_pBlock, 0, offsetof(CSharedBlock, rgNotes));
+    m_pBlock->dwOpenDatabases = 0;
+    HoldNone();
     m_pBlock->dwSequence = header.dwSequence;
     m_pBlock->flushed = header.flushed;
     m_pBlock->bNeedsRecovery = header.dwInUse && header.boot == PresentBoot();
+    // Filled when the volume is opened, but not before a recovery: until then every page counts as used.
+    if (m_pBlock->bNeedsRecovery) std::memset(m_pBlock->rgFreeInFlushed, 0, sizeof m_pBlock->rgFreeInFlushed);
     ::RtlGenRandom(&m_pBlock->guid, sizeof(CEGUID));
+}
+
+void CShared::Hold(DWORD dwPage)
+{
+    if (m_pBlock->cbHeld <= dwPage / 8) m_pBlock->cbHeld = dwPage / 8 + 1; // first: a process may die in between
+    kv_set_bit(m_pBlock->rgHeld, dwPage);
+}
+
+void CShared::HoldNone()
+{
+    std::memset(m_pBlock->rgHeld, 0, m_pBlock->cbHeld);
+    m_pBlock->cbHeld = 0;
+}
+
+bool CShared::AnyHeld() const
+{
+    const BYTE* const p = m_pBlock->rgHeld;
+    return std::any_of(p, p + m_pBlock->cbHeld, [](BYTE b) { return b != 0; });
 }
 
 DWORD CShared::Enter()

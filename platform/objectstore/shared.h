@@ -62,8 +62,9 @@ struct CSharedBlock
         WORD wSlot;
         WORD wCount;
     } rgOpenDatabases[kOpenDatabaseSlots];
+    DWORD cbHeld;                            // bytes of rgHeld that may not be 0
     BYTE rgHeld[KV_PAGE_MAP_BYTES];          // pages of the flushed state that were freed since
-    BYTE rgFreeInFlushed[KV_PAGE_MAP_BYTES]; // pages that the flushed state does not use
+    BYTE rgFreeInFlushed[KV_PAGE_MAP_BYTES]; // pages that the flushed state does not use, as far as it reaches
 };
 
 class CShared
@@ -83,6 +84,12 @@ public:
     bool OthersAreHere();
     // The first process: fills the block from the volume's header.
     void Reset(const CVolumeHeader& header);
+    // Pages are held, and no page is any longer. The maps are for the largest volume there can be: only as much of them
+    // is touched as this one has pages.
+    void Hold(DWORD dwPage);
+    void HoldNone();
+    bool AnyHeld() const;
+
     // Takes a slot for this process; ERROR_NOT_ENOUGH_MEMORY when all are taken.
     DWORD Enter();
     void Leave();

@@ -154,7 +154,7 @@ DWORD CVolumeState::Commit()
     }
     const int rc = mdb_txn_commit(pTxn);
     if (rc != MDB_SUCCESS) return ToWin32(rc);
-    for (DWORD i = 0; i < pages.held_count; i++) kv_set_bit(shared->rgHeld, pages.held[i]);
+    for (DWORD i = 0; i < pages.held_count; i++) shared.Hold(pages.held[i]);
     pages.held_count = 0;
     shared->dwCommitsSinceFlush++;
     SeeCommitted();
