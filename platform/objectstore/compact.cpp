@@ -2,7 +2,7 @@
 #include "apiedge.h"
 #include "check.h"
 #include "mounts.h"
-#include "shared.h"
+#include "station.h"
 #include "volumefile.h"
 
 #include <korvanebatch.h>
@@ -91,20 +91,17 @@ DWORD Compact(const wchar_t* pszPath, std::wstring& strProblem)
     CVolumeFile file;
     DWORD dwError = file.Open(szPath, FILE_SHARE_READ);
     if (dwError != ERROR_SUCCESS) return dwError;
-    CFileIdentity identity;
-    if (!IdentityOf(szPath, identity)) return ERROR_SHARING_VIOLATION;
     dwError = Copy(file, strNew.c_str(), strProblem);
     if (dwError == ERROR_SUCCESS) dwError = Check(strNew.c_str(), strProblem);
     if (dwError == ERROR_SUCCESS) {
         // Between the closing of this handle and the renaming nobody gets further than to a handle of his own, which
-        // makes the renaming fail: opening goes through this mutex.
-        CShared shared;
-        dwError = shared.Open(identity);
+        // makes the renaming fail: without a place in the station none is opened.
+        const CStation::CBan ban;
+        dwError = ban.Error();
         if (dwError == ERROR_SUCCESS) {
             file.Close();
             if (!::MoveFileExW(strNew.c_str(), szPath, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
                 dwError = ::GetLastError();
-            shared.UnlockOpening();
         }
     }
     if (dwError != ERROR_SUCCESS) ::DeleteFileW(strNew.c_str());

@@ -5,35 +5,41 @@
 
 namespace store {
 
-namespace {
-
-CFileIdentity IdentityOfFile(HANDLE file)
-{
-    BY_HANDLE_FILE_INFORMATION info = {};
-    ::GetFileInformationByHandle(file, &info);
-    return {info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow};
-}
-
-} // namespace
-
-bool IdentityOf(const wchar_t* pszPath, CFileIdentity& identity)
-{
-    CScopedFile file(::CreateFileW(pszPath, FILE_READ_ATTRIBUTES,
-                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0,
-                                   nullptr));
-    if (file == INVALID_HANDLE_VALUE) return false;
-    identity = IdentityOfFile(file);
-    return true;
-}
-
 CVolumeState::~CVolumeState()
 {
     if (pReadTxn) mdb_txn_abort(pReadTxn);
     if (pEnv) mdb_env_close(pEnv);
     std::free(pages.held);
     if (pages.use) ::VirtualFree(pages.use, 0, MEM_RELEASE);
-    if (hFile != INVALID_HANDLE_VALUE) ::CloseHandle(hFile);
+    CloseFile();
 }
+
+void CVolumeState::CloseFile()
+{
+    if (hFile != INVALID_HANDLE_VALUE) ::CloseHandle(hFile);
+    hFile = INVALID_HANDLE_VALUE;
+}
+
+namespace {
+
+// The end of opening or closing, whatever became of it. Who is not in the block any more has no business with the file.
+class COpening
+{
+public:
+    explicit COpening(CVolumeState& state) : m_state(state) {}
+    ~COpening()
+    {
+        if (!m_state.shared.Owner()) m_state.CloseFile();
+        m_state.shared.UnlockOpening();
+    }
+    COpening(const COpening&) = delete;
+    COpening& operator=(const COpening&) = delete;
+
+private:
+    CVolumeState& m_state;
+};
+
+} // namespace
 
 // ---- Opening and closing -------------------------------------------------------------------------------------------
 
@@ -141,15 +147,15 @@ DWORD CVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr
 
 DWORD CVolumeState::Open(DWORD dwDisposition, bool bCreated)
 {
-    identity = IdentityOfFile(hFile);
-    DWORD dwError = shared.Open(identity);
+    DWORD dwError = shared.Open(hFile);
     if (dwError != ERROR_SUCCESS) return dwError;
+    const COpening opening(*this);
     const bool bOthers = shared.OthersAreHere();
     CVolumeHeader header = {};
     // Another process may have made the new file a volume since it was created here.
     const bool bNew = bCreated && ::GetFileSize(hFile, nullptr) == 0;
     dwError = PrepareFile(dwDisposition, bNew, bOthers, header);
-    if (dwError == ERROR_SUCCESS && !bOthers) shared.Reset(header);
+    if (dwError == ERROR_SUCCESS && !bOthers) shared.Reset(header, strPath);
     if (dwError == ERROR_SUCCESS) dwError = shared.Enter();
     if (dwError == ERROR_SUCCESS) {
         dwError = OpenEnvironment();
@@ -160,7 +166,6 @@ DWORD CVolumeState::Open(DWORD dwDisposition, bool bCreated)
         }
         if (dwError != ERROR_SUCCESS) shared.Leave();
     }
-    shared.UnlockOpening();
     return dwError;
 }
 
@@ -171,8 +176,10 @@ CVolume::~CVolume()
 
 DWORD CVolumeState::Close()
 {
-    DWORD dwError = shared.LockOpening();
-    if (dwError != ERROR_SUCCESS) return dwError;
+    if (!shared.Owner()) return ERROR_SUCCESS; // it was never quite open
+    shared.LockOpening();
+    const COpening opening(*this);
+    DWORD dwError = ERROR_SUCCESS;
     shared.Lock();
     if (bBatch) {
         Abort();
@@ -201,13 +208,17 @@ DWORD CVolumeState::Close()
     }
     shared.Unlock();
     shared.Leave();
-    shared.UnlockOpening();
     return dwError;
 }
 
-const CFileIdentity& CVolume::Identity() const
+bool CVolume::IsOf(HANDLE hFile) const
 {
-    return m_pState->identity;
+    return m_pState->shared.IsOf(hFile);
+}
+
+void CVolume::SetMounted(bool bMounted)
+{
+    m_pState->shared.SetMounted(bMounted);
 }
 
 const std::wstring& CVolume::Path() const

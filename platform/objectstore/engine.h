@@ -27,22 +27,6 @@ struct CBytes
     size_t cb = 0;
 };
 
-// What tells two files apart, whatever path they were reached by.
-struct CFileIdentity
-{
-    DWORD dwVolumeSerial = 0;
-    DWORD dwIndexHigh = 0;
-    DWORD dwIndexLow = 0;
-    bool operator==(const CFileIdentity& other) const
-    {
-        return dwVolumeSerial == other.dwVolumeSerial && dwIndexHigh == other.dwIndexHigh &&
-               dwIndexLow == other.dwIndexLow;
-    }
-};
-
-// The identity of an existing file; false when it cannot be opened.
-bool IdentityOf(const wchar_t* pszPath, CFileIdentity& identity);
-
 class CAccess;
 struct CChangeNote;
 struct CVolumeState;
@@ -60,9 +44,12 @@ public:
     CVolume(const CVolume&) = delete;
     CVolume& operator=(const CVolume&) = delete;
 
-    const CFileIdentity& Identity() const;
+    // Whether it is the volume of a file, under whatever path that was reached. The handle can read or write.
+    bool IsOf(HANDLE hFile) const;
     const std::wstring& Path() const; // full path, as first opened
-    const CEGUID& Guid() const;       // random, the same in all processes for as long as one has the file open
+    // Whether this process shows the volume among those that it has mounted (CStation::List).
+    void SetMounted(bool bMounted);
+    const CEGUID& Guid() const; // random, the same in all processes for as long as one has the file open
 
     // Makes all that is committed safe against a power cut.
     DWORD Flush();

@@ -58,11 +58,17 @@ CMounts& CMounts::Instance()
     return *s_pMounts;
 }
 
-CMounts::CMounted* CMounts::FindOpen(const CFileIdentity& identity)
+CMounts::CMounted* CMounts::FindOpen(const wchar_t* pszPath)
 {
+    if (m_open.empty()) return nullptr;
+    const HANDLE hFile = ::CreateFileW(pszPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                       nullptr, OPEN_EXISTING, 0, nullptr);
+    if (hFile == INVALID_HANDLE_VALUE) return nullptr;
+    CMounted* pFound = nullptr;
     for (CMounted& mounted : m_open)
-        if (mounted.pVolume->Engine().Identity() == identity) return &mounted;
-    return nullptr;
+        if (!pFound && mounted.pVolume->Engine().IsOf(hFile)) pFound = &mounted;
+    ::CloseHandle(hFile);
+    return pFound;
 }
 
 CMounts::CMounted* CMounts::FindOpen(const COpenVolume* pVolume)
@@ -74,9 +80,7 @@ CMounts::CMounted* CMounts::FindOpen(const COpenVolume* pVolume)
 
 DWORD CMounts::OpenFile(const wchar_t* pszPath, DWORD dwDisposition, bool& bExisted, CMounted*& pMounted)
 {
-    // Asking for a file's identity costs more than opening it: it is not done when there is nothing to compare it with.
-    CFileIdentity identity;
-    pMounted = !m_open.empty() && IdentityOf(pszPath, identity) ? FindOpen(identity) : nullptr;
+    pMounted = FindOpen(pszPath);
     if (pMounted) {
         bExisted = true;
         switch (dwDisposition) {
@@ -107,13 +111,11 @@ DWORD CMounts::Mount(const wchar_t* pszPath, DWORD dwDisposition, CEGUID& guid, 
 {
     const CLock lock(m_cs);
     CMounted* pMounted;
-    DWORD dwError = OpenFile(pszPath, dwDisposition, bExisted, pMounted);
+    const DWORD dwError = OpenFile(pszPath, dwDisposition, bExisted, pMounted);
     if (dwError != ERROR_SUCCESS) return dwError;
     guid = pMounted->pVolume->Engine().Guid();
-    if (pMounted->nMounts == 0) dwError = m_table.Add(guid, pMounted->pVolume->Engine().Path());
-    if (dwError == ERROR_SUCCESS) ++pMounted->nMounts;
-    CloseUnused();
-    return dwError;
+    if (pMounted->nMounts++ == 0) pMounted->pVolume->Engine().SetMounted(true);
+    return ERROR_SUCCESS;
 }
 
 DWORD CMounts::Unmount(const CEGUID& guid)
@@ -122,7 +124,7 @@ DWORD CMounts::Unmount(const CEGUID& guid)
     for (CMounted& mounted : m_open) {
         if (mounted.nMounts == 0 || !IsSame(mounted.pVolume->Engine().Guid(), guid)) continue;
         if (--mounted.nMounts == 0) {
-            m_table.Remove(guid);
+            mounted.pVolume->Engine().SetMounted(false);
             if (mounted.pVolume->EndBatch(false) == ERROR_SUCCESS) --mounted.nRefs;
             // With handles open the file stays: flushed now, so that the unmount keeps its promise.
             const DWORD dwError = mounted.nRefs ? mounted.pVolume->Engine().Flush() : ERROR_SUCCESS;
@@ -168,7 +170,7 @@ DWORD CMounts::Find(const CEGUID& guid, CVolumeRef& volume)
             pFound = mounted.pVolume.get();
     if (!pFound) {
         std::vector<CMountRow> rows;
-        const DWORD dwError = m_table.List(rows);
+        const DWORD dwError = CStation::Instance().List(rows);
         if (dwError != ERROR_SUCCESS) return dwError;
         for (const CMountRow& row : rows) {
             bool bExisted;
@@ -233,7 +235,7 @@ DWORD CMounts::All(std::vector<CVolumeRef>& volumes, std::vector<CEGUID>& guids)
 DWORD CMounts::List(std::vector<CMountRow>& rows)
 {
     const CLock lock(m_cs);
-    return m_table.List(rows);
+    return CStation::Instance().List(rows);
 }
 
 void CMounts::AddRef(COpenVolume* pVolume)
@@ -252,8 +254,6 @@ void CMounts::CloseAll()
     // A thread that was ended in here left things half done, and its section with them: the volumes then close as after
     // a kill, which loses nothing.
     if (!::TryEnterCriticalSection(&m_cs)) return;
-    for (const CMounted& mounted : m_open)
-        if (mounted.nMounts > 0) m_table.Remove(mounted.pVolume->Engine().Guid());
     m_open.clear();
     m_pObjectStore = nullptr;
     ::LeaveCriticalSection(&m_cs);

@@ -7,8 +7,8 @@
 #ifndef KORVANESTORE_MOUNTS_H
 #define KORVANESTORE_MOUNTS_H
 
-#include "mounttable.h"
 #include "openvolume.h"
+#include "station.h"
 
 namespace store {
 
@@ -65,7 +65,7 @@ private:
     CMounts();
     ~CMounts() = delete; // there is one, and it lives until the process ends
     DWORD OpenObjectStore(COpenVolume*& pVolume);
-    CMounted* FindOpen(const CFileIdentity& identity);
+    CMounted* FindOpen(const wchar_t* pszPath);
     CMounted* FindOpen(const COpenVolume* pVolume);
     DWORD OpenFile(const wchar_t* pszPath, DWORD dwDisposition, bool& bExisted, CMounted*& pMounted);
     void AddRef(COpenVolume* pVolume);
@@ -75,7 +75,6 @@ private:
     CRITICAL_SECTION m_cs; // guards all below; held while a file is opened or closed
     std::vector<CMounted> m_open;
     COpenVolume* m_pObjectStore = nullptr; // one of m_open, which has a reference for it
-    CMountTable m_table;
 };
 
 inline CEGUID SystemGuid()

@@ -13,15 +13,27 @@ inline FILETIME StartOf(HANDLE hProcess)
     return ftStart;
 }
 
-// Whether the process of this number that started then is running. One that may not be looked at counts as running.
-inline bool IsRunning(DWORD dwProcess, const FILETIME& ftStart)
+inline const FILETIME& OwnStart()
+{
+    static const FILETIME s_ftStart = StartOf(::GetCurrentProcess());
+    return s_ftStart;
+}
+
+// Whether the process of this number is running that started then; of its start the lower half will do. One that may not
+// be looked at counts as running.
+inline bool IsRunning(DWORD dwProcess, DWORD dwStart)
 {
     const HANDLE hProcess = ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, dwProcess);
     if (!hProcess) return ::GetLastError() == ERROR_ACCESS_DENIED;
-    const FILETIME ft = StartOf(hProcess);
-    const bool bRunning = ::CompareFileTime(&ft, &ftStart) == 0 && ::WaitForSingleObject(hProcess, 0) == WAIT_TIMEOUT;
+    const bool bRunning =
+        StartOf(hProcess).dwLowDateTime == dwStart && ::WaitForSingleObject(hProcess, 0) == WAIT_TIMEOUT;
     ::CloseHandle(hProcess);
     return bRunning;
+}
+
+inline bool IsRunning(DWORD dwProcess, const FILETIME& ftStart)
+{
+    return IsRunning(dwProcess, ftStart.dwLowDateTime);
 }
 
 } // namespace store

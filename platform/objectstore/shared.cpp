@@ -18,45 +18,27 @@ constexpr DWORD kLongestNoteWait = 2000; // milliseconds
 
 } // namespace
 
-CShared::~CShared()
+DWORD CShared::Open(HANDLE hFile)
 {
-    if (m_pBlock) ::UnmapViewOfFile(m_pBlock);
-    if (m_hSection) ::CloseHandle(m_hSection);
-    if (m_hMutex) ::CloseHandle(m_hMutex);
+    CStation& station = CStation::Instance();
+    const DWORD dwError = station.Take(hFile, m_dwRow, m_view);
+    m_pBlock = m_view.Get();
+    return dwError;
 }
 
-DWORD CShared::Open(const CFileIdentity& identity)
+void CShared::LockOpening()
 {
-    wchar_t szName[80];
-    std::swprintf(szName, 80, L"Local\\korvanestore-open-%08lx-%08lx%08lx", identity.dwVolumeSerial,
-                  identity.dwIndexHigh, identity.dwIndexLow);
-    m_hMutex = ::CreateMutexW(nullptr, FALSE, szName);
-    if (!m_hMutex) return ::GetLastError();
-    const DWORD dwError = LockOpening();
-    if (dwError != ERROR_SUCCESS) return dwError;
-    std::swprintf(szName, 80, L"Local\\korvanestore-%08lx-%08lx%08lx", identity.dwVolumeSerial, identity.dwIndexHigh,
-                  identity.dwIndexLow);
-    // A section of the system's own memory: the system hands it out cleared.
-    m_hSection = ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(CSharedBlock), szName);
-    if (m_hSection) {
-        m_pBlock = static_cast<CSharedBlock*>(::MapViewOfFile(m_hSection, FILE_MAP_WRITE, 0, 0, sizeof(CSharedBlock)));
-    }
-    if (m_pBlock) return ERROR_SUCCESS;
-    const DWORD dwMapError = ::GetLastError();
-    UnlockOpening();
-    return dwMapError;
-}
-
-DWORD CShared::LockOpening()
-{
-    const DWORD dwWait = ::WaitForSingleObject(m_hMutex, INFINITE);
-    // An abandoned mutex is ours all the same: its owner died while opening, and opening checks everything anew.
-    return dwWait == WAIT_OBJECT_0 || dwWait == WAIT_ABANDONED ? ERROR_SUCCESS : ::GetLastError();
+    CStation::Instance().TakeAgain(m_dwRow);
 }
 
 void CShared::UnlockOpening()
 {
-    ::ReleaseMutex(m_hMutex);
+    CStation::Instance().LetGo(m_dwRow, *m_pBlock);
+}
+
+bool CShared::IsOf(HANDLE hFile) const
+{
+    return CStation::Instance().IsFileOf(hFile, m_dwRow);
 }
 
 bool CShared::OthersAreHere()
@@ -80,7 +62,7 @@ bool CShared::OthersAreHere()
     return bOthers;
 }
 
-void CShared::Reset(const CVolumeHeader& header)
+void CShared::Reset(const CVolumeHeader& header, const std::wstring& strPath)
 {
     // All but what these numbers say to be empty.
     std::memset(m_pBlock, 0, offsetof(CSharedBlock, rgNotes));
@@ -91,6 +73,7 @@ void CShared::Reset(const CVolumeHeader& header)
     m_pBlock->bNeedsRecovery = header.dwInUse && header.boot == PresentBoot();
     // Filled when the volume is opened, but not before a recovery: until then every page counts as used.
     if (m_pBlock->bNeedsRecovery) std::memset(m_pBlock->rgFreeInFlushed, 0, sizeof m_pBlock->rgFreeInFlushed);
+    strPath.copy(m_pBlock->szPath, MAX_PATH - 1);
     ::RtlGenRandom(&m_pBlock->guid, sizeof(CEGUID));
 }
 
@@ -117,7 +100,8 @@ DWORD CShared::Enter()
     for (DWORD i = 0; i < kProcessSlots; i++) {
         auto& process = m_pBlock->rgProcesses[i];
         if (process.dwProcess) continue;
-        process.ftStart = StartOf(::GetCurrentProcess());
+        process.ftStart = OwnStart();
+        process.bMounted = 0;
         process.dwProcess = ::GetCurrentProcessId();
         m_lOwner = static_cast<LONG>(i + 1);
         return ERROR_SUCCESS;
@@ -130,6 +114,11 @@ void CShared::Leave()
     ForgetWatches(m_lOwner - 1);
     m_pBlock->rgProcesses[m_lOwner - 1].dwProcess = 0;
     m_lOwner = 0;
+}
+
+void CShared::SetMounted(bool bMounted)
+{
+    m_pBlock->rgProcesses[m_lOwner - 1].bMounted = bMounted;
 }
 
 bool CShared::IsGone(LONG lOwner) const

@@ -1,22 +1,23 @@
 // shared.h - what the processes that have one volume open share: a lock, who is there, which pages wait for the flush.
 //
-// The block lies in a named section of the system, so it is gone with the last of the processes, however that one ends;
-// everything in it can be found anew from the file.
+// The block lies in a section of the system (station.h); what the last of the processes leaves in it, however it ends,
+// counts for nothing. Everything in it can be found anew from the file.
 //
-// Ownership  CShared owns its view of the block and, from Enter to Leave, a slot in it.
-// Threads    Open, Enter and Leave are called under the open mutex, all else under the lock.
+// Ownership  CShared has, from Enter to Leave, a slot in the block.
+// Threads    Enter and Leave are called between LockOpening and UnlockOpening, all else under the lock.
 #ifndef KORVANESTORE_SHARED_H
 #define KORVANESTORE_SHARED_H
 
 #include "lmdb_ext.h"
+#include "station.h"
 
 #include <windbase.h>
 
+#include <string>
 #include <vector>
 
 namespace store {
 
-struct CFileIdentity;
 struct CVolumeHeader;
 
 constexpr DWORD kProcessSlots = 128;
@@ -43,11 +44,13 @@ struct CSharedBlock
     DWORD dwSequence;        // the header's
     DWORD dwCommitsSinceFlush;
     CEGUID guid;
-    kv_state flushed; // the last flushed state
+    kv_state flushed;       // the last flushed state
+    WCHAR szPath[MAX_PATH]; // full, as first opened
     struct
     {
         DWORD dwProcess; // 0: free
         FILETIME ftStart;
+        LONG bMounted; // and not only held open by handles
         LONG nWatches; // handles that are to be told of changes
         LONG bCalled;  // its event was set and it has not looked yet
         DWORD dwSeen;  // notes that it has taken, counted from the first there ever was
@@ -71,19 +74,21 @@ class CShared
 {
 public:
     CShared() = default;
-    ~CShared();
     CShared(const CShared&) = delete;
     CShared& operator=(const CShared&) = delete;
 
-    // Makes or opens the block of a file, and takes the mutex that lets one process at a time open or close it.
-    DWORD Open(const CFileIdentity& identity);
+    // Finds or makes the block of a file, and locks opening and closing, which one process does at a time.
+    DWORD Open(HANDLE hFile);
+    void LockOpening();
+    // When this process is not in the block any more, the file's handle is closed already.
     void UnlockOpening();
-    DWORD LockOpening();
+    // Whether this is the block of the file.
+    bool IsOf(HANDLE hFile) const;
 
     // Forgets processes that are gone. True when another one is there.
     bool OthersAreHere();
     // The first process: fills the block from the volume's header.
-    void Reset(const CVolumeHeader& header);
+    void Reset(const CVolumeHeader& header, const std::wstring& strPath);
     // Pages are held, and no page is any longer. The maps are for the largest volume there can be: only as much of them
     // is touched as this one has pages.
     void Hold(DWORD dwPage);
@@ -93,6 +98,7 @@ public:
     // Takes a slot for this process; ERROR_NOT_ENOUGH_MEMORY when all are taken.
     DWORD Enter();
     void Leave();
+    void SetMounted(bool bMounted);
 
     // The lock around every call. A process that died inside is found out and its lock taken over.
     void Lock();
@@ -121,10 +127,10 @@ private:
     void WakeWatching();
     bool IsGone(LONG lOwner) const;
 
-    HANDLE m_hMutex = nullptr;   // owned
-    HANDLE m_hSection = nullptr; // owned
-    CSharedBlock* m_pBlock = nullptr;
-    LONG m_lOwner = 0; // slot + 1, 0 outside
+    DWORD m_dwRow = 0; // of the station
+    CBlockView m_view;
+    CSharedBlock* m_pBlock = nullptr; // the view's
+    LONG m_lOwner = 0;                // slot + 1, 0 outside
 };
 
 // The event that wakes a process because of changes. Empty: it cannot be had. The caller closes it.

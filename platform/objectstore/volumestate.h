@@ -26,28 +26,9 @@ constexpr DWORD kLargestFile = KV_MAX_PAGES * kPageBytes - kLargestStep;
 
 DWORD ToWin32(int rc);
 
-class CScopedFile
-{
-public:
-    explicit CScopedFile(HANDLE file) : m_file(file) {}
-    ~CScopedFile() { Close(); }
-    CScopedFile(const CScopedFile&) = delete;
-    CScopedFile& operator=(const CScopedFile&) = delete;
-    operator HANDLE() const { return m_file; }
-    void Close()
-    {
-        if (m_file != INVALID_HANDLE_VALUE) ::CloseHandle(m_file);
-        m_file = INVALID_HANDLE_VALUE;
-    }
-
-private:
-    HANDLE m_file;
-};
-
 struct CVolumeState
 {
     std::wstring strPath;
-    CFileIdentity identity;
     CShared shared;
     MDB_env* pEnv = nullptr;             // owned
     HANDLE hFile = INVALID_HANDLE_VALUE; // owned; lent to the environment
@@ -63,6 +44,7 @@ struct CVolumeState
     std::vector<CChangeNote> notes; // of the present write access or the batch: told when it has ended well
 
     ~CVolumeState();
+    void CloseFile();
     DWORD Open(DWORD dwDisposition, bool bCreated);
     DWORD OpenEnvironment();
     DWORD PrepareFile(DWORD dwDisposition, bool bNew, bool bOthers, CVolumeHeader& header);

@@ -1,0 +1,292 @@
+#include "station.h"
+
+#include "processlife.h"
+#include "shared.h"
+
+#include <cwchar>
+#include <winternl.h>
+
+namespace store {
+
+namespace {
+
+constexpr DWORD kRows = 512;
+constexpr DWORD kNoRow = kRows;
+constexpr DWORD kFirstLockByte = 0x7FFFF000; // volumes end long before it
+constexpr size_t kTableBytes = 16384;
+
+// ---- Words that one process takes ----------------------------------------------------------------------------------
+
+// A process, by its number and the start of its life; 0: nobody.
+using COwner = LONGLONG;
+
+COwner OwnName()
+{
+    return static_cast<COwner>(OwnStart().dwLowDateTime) << 32 | ::GetCurrentProcessId();
+}
+
+bool IsGone(COwner owner)
+{
+    return owner != OwnName() && !IsRunning(static_cast<DWORD>(owner), static_cast<DWORD>(owner >> 32));
+}
+
+bool IsFree(volatile COwner& word)
+{
+    const COwner owner = ::InterlockedCompareExchange64(&word, 0, 0);
+    return owner == 0 || IsGone(owner);
+}
+
+bool TryTake(volatile COwner& word)
+{
+    const COwner holder = ::InterlockedCompareExchange64(&word, OwnName(), 0);
+    if (holder == 0) return true;
+    return IsGone(holder) && ::InterlockedCompareExchange64(&word, OwnName(), holder) == holder;
+}
+
+void GiveBack(volatile COwner& word)
+{
+    ::InterlockedExchange64(&word, 0);
+}
+
+// Whoever has such a word may be waiting for the disk.
+void WaitABit(DWORD& dwTry)
+{
+    if (++dwTry < 16) {
+        ::SwitchToThread();
+    } else {
+        ::Sleep(1);
+    }
+}
+
+void Take(volatile COwner& word)
+{
+    for (DWORD dwTry = 0; !TryTake(word);) WaitABit(dwTry);
+}
+
+// ---- The files' locks ----------------------------------------------------------------------------------------------
+
+OVERLAPPED LockByte(DWORD dwRow)
+{
+    OVERLAPPED at = {};
+    at.Offset = kFirstLockByte + dwRow;
+    return at;
+}
+
+bool IsLocked(HANDLE hFile, DWORD dwRow)
+{
+    OVERLAPPED at = LockByte(dwRow);
+    if (!::LockFileEx(hFile, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &at)) return true;
+    ::UnlockFileEx(hFile, 0, 1, 0, &at);
+    return false;
+}
+
+bool GetIndex(HANDLE hFile, LARGE_INTEGER& index)
+{
+    // The system's own call: what GetFileInformationByHandle adds to it, Wine asks of another process.
+    FILE_INTERNAL_INFORMATION info;
+    IO_STATUS_BLOCK status;
+    if (::NtQueryInformationFile(hFile, &status, &info, sizeof info, FileInternalInformation) < 0) return false;
+    index = info.IndexNumber;
+    return true;
+}
+
+} // namespace
+
+struct CStation::CTable
+{
+    struct CRow
+    {
+        volatile COwner opening; // who may open and close the volume
+        LONGLONG llIndex;        // of the file
+        LONG bUsed;
+        LONG lReserved;
+    };
+    volatile COwner lock; // of the rows; held for short
+    DWORD dwRows;         // that have ever been used
+    DWORD dwReserved;
+    CRow rgRows[kRows];
+};
+
+CStation& CStation::Instance()
+{
+    static CStation s_station;
+    return s_station;
+}
+
+DWORD CStation::Open()
+{
+    if (__atomic_load_n(&m_pTable, __ATOMIC_ACQUIRE)) return ERROR_SUCCESS;
+    static_assert(sizeof(CTable) <= kTableBytes);
+    ::AcquireSRWLockExclusive(&m_lock);
+    DWORD dwError = ERROR_SUCCESS;
+    if (!m_pTable) {
+        // A section of the system's own memory: the system hands it out cleared. The number in its name is that of the
+        // layout of table and blocks.
+        const HANDLE hSection = ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
+                                                     kTableBytes + sizeof(CSharedBlock), L"Local\\korvanestore-2");
+        void* const p = hSection ? ::MapViewOfFile(hSection, FILE_MAP_WRITE, 0, 0, 0) : nullptr;
+        if (p) {
+            __atomic_store_n(&m_pTable, static_cast<CTable*>(p), __ATOMIC_RELEASE);
+        } else {
+            dwError = ::GetLastError();
+            if (hSection) ::CloseHandle(hSection);
+        }
+    }
+    ::ReleaseSRWLockExclusive(&m_lock);
+    return dwError;
+}
+
+DWORD CStation::LockTable()
+{
+    const DWORD dwError = Open();
+    if (dwError == ERROR_SUCCESS) store::Take(m_pTable->lock);
+    return dwError;
+}
+
+void CStation::UnlockTable()
+{
+    GiveBack(m_pTable->lock);
+}
+
+// ---- Blocks --------------------------------------------------------------------------------------------------------
+
+DWORD CBlockView::Open(DWORD dwRow, bool bMake)
+{
+    BYTE* const pTable = reinterpret_cast<BYTE*>(CStation::Instance().m_pTable);
+    if (dwRow == 0) {
+        m_pBlock = reinterpret_cast<CSharedBlock*>(pTable + kTableBytes);
+        return ERROR_SUCCESS;
+    }
+    wchar_t szName[40];
+    std::swprintf(szName, 40, L"Local\\korvanestore-2-%lu", dwRow);
+    m_hSection =
+        bMake ? ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(CSharedBlock), szName)
+              : ::OpenFileMappingW(FILE_MAP_WRITE, FALSE, szName);
+    if (m_hSection) m_pBlock = static_cast<CSharedBlock*>(::MapViewOfFile(m_hSection, FILE_MAP_WRITE, 0, 0, 0));
+    if (m_pBlock) return ERROR_SUCCESS;
+    const DWORD dwError = ::GetLastError();
+    Close();
+    return dwError;
+}
+
+void CBlockView::Close()
+{
+    if (m_hSection && m_pBlock) ::UnmapViewOfFile(m_pBlock);
+    if (m_hSection) ::CloseHandle(m_hSection);
+    m_hSection = nullptr;
+    m_pBlock = nullptr;
+}
+
+namespace {
+
+// Whether a living process has the row's volume open. Asked for rows whose index is wanted only, or when none is free.
+bool HasProcess(DWORD dwRow)
+{
+    CBlockView view;
+    if (view.Open(dwRow, false) == ERROR_FILE_NOT_FOUND) return false; // it went with the last process
+    if (!view.Get()) return true;                                      // it cannot be known
+    for (const auto& process : view.Get()->rgProcesses)
+        if (process.dwProcess && IsRunning(process.dwProcess, process.ftStart)) return true;
+    return false;
+}
+
+} // namespace
+
+// ---- Rows ----------------------------------------------------------------------------------------------------------
+
+// A row that nobody has; kNoRow when all are taken.
+DWORD CStation::FindFree()
+{
+    for (DWORD i = 0; i < m_pTable->dwRows; ++i)
+        if (!m_pTable->rgRows[i].bUsed) return i;
+    if (m_pTable->dwRows < kRows) return m_pTable->dwRows++;
+    for (DWORD i = 0; i < kRows; ++i)
+        if (IsFree(m_pTable->rgRows[i].opening) && !HasProcess(i)) return i;
+    return kNoRow;
+}
+
+DWORD CStation::Take(HANDLE hFile, DWORD& dwRow, CBlockView& view)
+{
+    LARGE_INTEGER index;
+    if (!GetIndex(hFile, index)) return ERROR_NOT_SUPPORTED;
+    for (DWORD dwTry = 0;; WaitABit(dwTry)) {
+        const CBan ban;
+        if (ban.Error() != ERROR_SUCCESS) return ban.Error();
+        DWORD dwFound = kNoRow;
+        bool bTaken = false; // another process, or thread, is opening or closing the volume
+        for (DWORD i = 0; i < m_pTable->dwRows && dwFound == kNoRow && !bTaken; ++i) {
+            CTable::CRow& row = m_pTable->rgRows[i];
+            if (!row.bUsed || row.llIndex != index.QuadPart) continue;
+            if (IsLocked(hFile, i)) {
+                bTaken = !TryTake(row.opening);
+                if (!bTaken) dwFound = i;
+            } else if (IsFree(row.opening) && !HasProcess(i)) {
+                row.bUsed = 0; // left by one that died
+            }
+        }
+        if (bTaken) continue;
+        if (dwFound == kNoRow) {
+            dwFound = FindFree();
+            if (dwFound == kNoRow) return ERROR_NOT_ENOUGH_MEMORY;
+            CTable::CRow& row = m_pTable->rgRows[dwFound];
+            row.llIndex = index.QuadPart;
+            ::InterlockedExchange64(&row.opening, OwnName());
+            row.bUsed = 1;
+        }
+        DWORD dwError = view.Open(dwFound, true);
+        OVERLAPPED at = LockByte(dwFound);
+        if (dwError == ERROR_SUCCESS && !::LockFileEx(hFile, LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &at))
+            dwError = ::GetLastError();
+        if (dwError != ERROR_SUCCESS) {
+            // A row that was new is left to be found out as empty.
+            view.Close();
+            GiveBack(m_pTable->rgRows[dwFound].opening);
+            return dwError;
+        }
+        dwRow = dwFound;
+        return ERROR_SUCCESS;
+    }
+}
+
+void CStation::TakeAgain(DWORD dwRow)
+{
+    store::Take(m_pTable->rgRows[dwRow].opening);
+}
+
+void CStation::LetGo(DWORD dwRow, const CSharedBlock& block)
+{
+    const CBan ban;
+    CTable::CRow& row = m_pTable->rgRows[dwRow];
+    bool bEmpty = true;
+    for (const auto& process : block.rgProcesses) bEmpty = bEmpty && !process.dwProcess;
+    if (bEmpty) row.bUsed = 0;
+    GiveBack(row.opening);
+}
+
+bool CStation::IsFileOf(HANDLE hFile, DWORD dwRow) const
+{
+    LARGE_INTEGER index;
+    if (!GetIndex(hFile, index) || index.QuadPart != m_pTable->rgRows[dwRow].llIndex) return false;
+    const CBan ban; // asking takes the lock for a moment, which nobody must mistake for an owner's
+    return IsLocked(hFile, dwRow);
+}
+
+DWORD CStation::List(std::vector<CMountRow>& rows)
+{
+    const CBan ban;
+    if (ban.Error() != ERROR_SUCCESS) return ban.Error();
+    for (DWORD i = 0; i < m_pTable->dwRows; ++i) {
+        if (!m_pTable->rgRows[i].bUsed) continue;
+        CBlockView view;
+        if (view.Open(i, false) != ERROR_SUCCESS) continue;
+        const CSharedBlock& block = *view.Get();
+        for (const auto& process : block.rgProcesses) {
+            if (!process.dwProcess || !process.bMounted || !IsRunning(process.dwProcess, process.ftStart)) continue;
+            rows.push_back({block.guid, block.szPath});
+            break;
+        }
+    }
+    return ERROR_SUCCESS;
+}
+
+} // namespace store

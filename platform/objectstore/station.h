@@ -1,0 +1,112 @@
+// station.h - where the processes of a session meet: which volumes are open, and the block of shared memory of each.
+//
+// One section of the system holds a table of rows and the block of the first one; further volumes have sections of their
+// own for their blocks. So a process that opens a volume mostly makes or opens one object. (Blocks for all rows in one
+// section would be simpler; but under Wine the first touch of a new section costs 150 us for each megabyte of it.)
+//
+// A volume's row is found by the file's index. That two files of different disks may have the same index is told apart
+// by a lock on one byte of the file far behind its end, the byte of the row's number: whoever has a volume open holds it,
+// and whoever meets a row with the index of his file asks whether it is taken in his file. That is right under whatever
+// name the file was reached, and costs one call where the disk's number costs ten.
+//
+// Words in the section that are taken by one process name it by its number and start, so that one that died is found
+// out.
+//
+// Ownership  the section and its view are the process's until it ends.
+// Threads    any.
+// Errors     Win32 codes.
+#ifndef KORVANESTORE_STATION_H
+#define KORVANESTORE_STATION_H
+
+#include <windbase.h>
+
+#include <string.h>
+#include <string>
+#include <vector>
+
+namespace store {
+
+struct CSharedBlock;
+
+inline bool IsSame(const CEGUID& left, const CEGUID& right)
+{
+    return memcmp(&left, &right, sizeof left) == 0;
+}
+
+struct CMountRow
+{
+    CEGUID guid;
+    std::wstring strPath;
+};
+
+// The block of a row, while it lives; null when it cannot be had.
+class CBlockView
+{
+public:
+    CBlockView() = default;
+    ~CBlockView() { Close(); }
+    CBlockView(const CBlockView&) = delete;
+    CBlockView& operator=(const CBlockView&) = delete;
+
+    // bMake: the block is made if it is not there. The station is open.
+    DWORD Open(DWORD dwRow, bool bMake);
+    void Close();
+    CSharedBlock* Get() const { return m_pBlock; }
+
+private:
+    HANDLE m_hSection = nullptr; // owned, as the view is; null for the first row's
+    CSharedBlock* m_pBlock = nullptr;
+};
+
+class CStation
+{
+public:
+    static CStation& Instance();
+
+    // The row of the file, a new one when nobody has it open, with the right to open and close its volume: one process
+    // at a time has that. Until LetGo, and for as long as the volume is open, the file's handle bears the lock of the
+    // row. ERROR_NOT_ENOUGH_MEMORY: all rows are taken.
+    DWORD Take(HANDLE hFile, DWORD& dwRow, CBlockView& view);
+    // The same right for one who has the volume open, and its end. A row that has no process is free then: the handle
+    // that bore its lock is closed before that.
+    void TakeAgain(DWORD dwRow);
+    void LetGo(DWORD dwRow, const CSharedBlock& block);
+
+    // Whether the file is the one that this process has open under the row. The handle can read or write.
+    bool IsFileOf(HANDLE hFile, DWORD dwRow) const;
+
+    // The volumes that any living process has mounted, each once, in the order of their rows.
+    DWORD List(std::vector<CMountRow>& rows);
+
+    // While it lives, no process gets the right to open a volume.
+    class CBan
+    {
+    public:
+        CBan() { m_dwError = CStation::Instance().LockTable(); }
+        ~CBan()
+        {
+            if (m_dwError == ERROR_SUCCESS) CStation::Instance().UnlockTable();
+        }
+        CBan(const CBan&) = delete;
+        CBan& operator=(const CBan&) = delete;
+        DWORD Error() const { return m_dwError; }
+
+    private:
+        DWORD m_dwError;
+    };
+
+private:
+    friend class CBlockView;
+    struct CTable;
+    DWORD Open();
+    DWORD LockTable();
+    void UnlockTable();
+    DWORD FindFree();
+
+    SRWLOCK m_lock = SRWLOCK_INIT; // of opening the section
+    CTable* m_pTable = nullptr;    // view of the section
+};
+
+} // namespace store
+
+#endif
