@@ -1,6 +1,7 @@
 #include "openvolume.h"
 
 #include "resort.h"
+#include "station.h"
 
 namespace store {
 
@@ -54,7 +55,8 @@ DWORD COpenVolume::Prepare()
         const DWORD dwError = SaveRecord(access, record);
         return dwError != ERROR_SUCCESS ? dwError : access.Commit();
     }
-    return m_record.dwStamp == CollationStamp(m_record.lcid) ? ERROR_SUCCESS : ResortTexts(*this, m_record.lcid);
+    return m_record.dwStamp == CStation::Instance().Collation(m_record.lcid) ? ERROR_SUCCESS
+                                                                             : ResortTexts(*this, m_record.lcid);
 }
 
 DWORD COpenVolume::Sync(CAccess& access)

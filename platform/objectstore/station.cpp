@@ -2,6 +2,7 @@
 
 #include "processlife.h"
 #include "shared.h"
+#include "sortkey.h"
 
 #include <cwchar>
 #include <winternl.h>
@@ -13,6 +14,7 @@ namespace {
 constexpr DWORD kRows = 512;
 constexpr DWORD kNoRow = kRows;
 constexpr DWORD kFirstLockByte = 0x7FFFF000; // volumes end long before it
+constexpr DWORD kCollations = 8;
 constexpr size_t kTableBytes = 16384;
 
 // ---- Words that one process takes ----------------------------------------------------------------------------------
@@ -104,6 +106,13 @@ struct CStation::CTable
     volatile COwner lock; // of the rows; held for short
     DWORD dwRows;         // that have ever been used
     DWORD dwReserved;
+    struct
+    {
+        LONG bKnown;
+        LCID lcid;
+        DWORD dwStamp;
+    } rgCollations[kCollations];
+    DWORD dwCollations; // known so far
     CRow rgRows[kRows];
 };
 
@@ -269,6 +278,24 @@ bool CStation::IsFileOf(HANDLE hFile, DWORD dwRow) const
     if (!GetIndex(hFile, index) || index.QuadPart != m_pTable->rgRows[dwRow].llIndex) return false;
     const CBan ban; // asking takes the lock for a moment, which nobody must mistake for an owner's
     return IsLocked(hFile, dwRow);
+}
+
+DWORD CStation::Collation(LCID lcid)
+{
+    {
+        const CBan ban;
+        if (ban.Error() != ERROR_SUCCESS) return CollationStamp(lcid);
+        for (const auto& known : m_pTable->rgCollations)
+            if (known.bKnown && known.lcid == lcid) return known.dwStamp;
+    }
+    const DWORD dwStamp = CollationStamp(lcid);
+    const CBan ban;
+    auto& place = m_pTable->rgCollations[m_pTable->dwCollations++ % kCollations];
+    place.bKnown = 0; // a process that dies here leaves nothing wrong
+    place.lcid = lcid;
+    place.dwStamp = dwStamp;
+    place.bKnown = 1;
+    return dwStamp;
 }
 
 DWORD CStation::List(std::vector<CMountRow>& rows)

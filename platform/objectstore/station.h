@@ -78,6 +78,9 @@ public:
     // The volumes that any living process has mounted, each once, in the order of their rows.
     DWORD List(std::vector<CMountRow>& rows);
 
+    // CollationStamp, asked of the system by the first process only: what it sorts by is the same for all of a session.
+    DWORD Collation(LCID lcid);
+
     // While it lives, no process gets the right to open a volume.
     class CBan
     {
