@@ -116,10 +116,6 @@ DWORD CVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr
     const DWORD cch = ::GetFullPathNameW(pszPath, MAX_PATH, szPath, nullptr);
     if (cch == 0) return ::GetLastError();
     if (cch >= MAX_PATH) return ERROR_INVALID_PARAMETER;
-    const DWORD dwAttributes = ::GetFileAttributesW(szPath);
-    if (dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY))
-        return ERROR_ACCESS_DENIED;
-
     const DWORD dwHow = dwDisposition == CREATE_NEW                                            ? CREATE_NEW
                         : dwDisposition == OPEN_EXISTING || dwDisposition == TRUNCATE_EXISTING ? OPEN_EXISTING
                                                                                                : OPEN_ALWAYS;
@@ -130,8 +126,10 @@ DWORD CVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr
                                        nullptr, dwHow, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (hFile == INVALID_HANDLE_VALUE) {
         const DWORD dwError = ::GetLastError();
+        const DWORD dwAttributes = ::GetFileAttributesW(szPath);
+        const bool bFolder = dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY);
         opened->m_pState.reset();
-        return dwError;
+        return bFolder ? ERROR_ACCESS_DENIED : dwError; // whatever the system calls it
     }
     bExisted = dwHow == OPEN_EXISTING || (dwHow == OPEN_ALWAYS && ::GetLastError() == ERROR_ALREADY_EXISTS);
     opened->m_pState->hFile = hFile;
