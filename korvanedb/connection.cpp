@@ -19,20 +19,105 @@ CFieldInfo Field(const wchar_t* pszName, CEPROPID propid)
     return field;
 }
 
-// Values of catalogue records; what a record lacks is 0 or the empty text.
-unsigned long GetLong(const _variant_t& value)
+struct CCatalogueField
 {
-    return V_VT(&value) == VT_I4 ? static_cast<unsigned long>(V_I4(&value)) : 0;
-}
+    const wchar_t* pszName;
+    CEPROPID propid;
+};
 
-long GetShort(const _variant_t& value)
-{
-    return V_VT(&value) == VT_I2 ? V_I2(&value) : 0;
-}
+constexpr CCatalogueField kFieldsOfTables[] = {{L"TableName", 0x0000001F}, {L"TableID", 0x00010003}};
+constexpr CCatalogueField kFieldsOfFields[] = {{L"TableID", 0x00000003},
+                                               {L"FieldName", 0x0001001F},
+                                               {L"FieldID", 0x00020003},
+                                               {L"Len", 0x00030002},
+                                               {L"ODBCType", 0x00040002}};
+constexpr CCatalogueField kFieldsOfIndexes[] = {
+    {L"TableID", 0x00000003}, {L"IndexName", 0x0001001F}, {L"FieldID", 0x00020003}, {L"IndexFlags", 0x00030003}};
 
-CString GetText(const _variant_t& value)
+// Values of catalogue records, by the fields' positions; what a record lacks is 0 or the empty text. The first reader
+// takes them straight from the store: a row would make variants of them, only to be copied.
+template <int nFields> class CStoreRecord
 {
-    return V_VT(&value) == VT_BSTR && V_BSTR(&value) ? CString(V_BSTR(&value)) : CString();
+public:
+    explicit CStoreRecord(const CCatalogueField (&fields)[nFields])
+    {
+        for (int i = 0; i < nFields; ++i) m_propids[i] = fields[i].propid;
+    }
+    // False: there is something the matter with the record, if only that it is larger than the buffer.
+    bool Read(HANDLE hDatabase, HANDLE hHeap)
+    {
+        WORD nProps = nFields;
+        LPBYTE pBuffer = m_buffer;
+        DWORD cb = sizeof m_buffer;
+        return ::CeReadRecordPropsEx(hDatabase, 0, &nProps, m_propids, &pBuffer, &cb, hHeap) != 0;
+    }
+
+    unsigned long Long(int nField) const { return Has(nField) ? Value(nField).val.ulVal : 0; }
+    long Short(int nField) const { return Has(nField) ? Value(nField).val.iVal : 0; }
+    CString Text(int nField) const
+    {
+        return Has(nField) && Value(nField).val.lpwstr ? CString(Value(nField).val.lpwstr) : CString();
+    }
+
+private:
+    const CEPROPVAL& Value(int nField) const { return reinterpret_cast<const CEPROPVAL*>(m_buffer)[nField]; }
+    bool Has(int nField) const { return !(Value(nField).wFlags & CEDB_PROPNOTFOUND); }
+
+    CEPROPID m_propids[nFields];
+    alignas(CEPROPVAL) BYTE m_buffer[1024];
+};
+
+class CRowRecord
+{
+public:
+    explicit CRowRecord(CRow& row) : m_row(row) {}
+    unsigned long Long(int nField) const
+    {
+        const _variant_t value = Value(nField);
+        return V_VT(&value) == VT_I4 ? static_cast<unsigned long>(V_I4(&value)) : 0;
+    }
+    long Short(int nField) const
+    {
+        const _variant_t value = Value(nField);
+        return V_VT(&value) == VT_I2 ? V_I2(&value) : 0;
+    }
+    CString Text(int nField) const
+    {
+        const _variant_t value = Value(nField);
+        return V_VT(&value) == VT_BSTR && V_BSTR(&value) ? CString(V_BSTR(&value)) : CString();
+    }
+
+private:
+    _variant_t Value(int nField) const
+    {
+        _variant_t value;
+        m_row.getVal(nField, value);
+        return value;
+    }
+    CRow& m_row;
+};
+
+// Calls each() for every record of a catalogue. A record that is not read at once is read by a row, which takes larger
+// ones, too, and raises what there is to be raised; makeTable() makes the row's table.
+template <int nFields, class MakeTable, class Each>
+long ForEachRecord(HANDLE hDatabase, HANDLE hHeap, const CCatalogueField (&fields)[nFields], MakeTable makeTable,
+                   Each each)
+{
+    CStoreRecord<nFields> record(fields);
+    KORVANE_CHECK(0); // a parked error comes out before anything is read
+    CEOID oid = ::CeSeekDatabase(hDatabase, CEDB_SEEK_BEGINNING, 0, nullptr);
+    for (; oid; oid = ::CeSeekDatabase(hDatabase, CEDB_SEEK_CURRENT, 1, nullptr)) {
+        if (record.Read(hDatabase, hHeap)) {
+            each(record);
+            continue;
+        }
+        CFieldInfo infos[nFields];
+        for (int i = 0; i < nFields; ++i) infos[i] = Field(fields[i].pszName, fields[i].propid);
+        CRow row(makeTable(infos, nFields), hDatabase, 0);
+        KORVANE_CHECK(row.ReadFromDB());
+        each(CRowRecord(row));
+    }
+    return 0;
 }
 
 // Shows the system's text for an error. Without a display there is no box, and the debugger output gets the text.
@@ -44,18 +129,6 @@ void ShowSystemError(DWORD dwError)
     const wchar_t* const pszShown = pszText ? pszText : L"";
     if (::MessageBoxW(nullptr, pszShown, L"Error", MB_ICONINFORMATION) <= 0) ::OutputDebugStringW(pszShown);
     ::LocalFree(pszText);
-}
-
-// Reads all records of a catalogue, calling each() for every one.
-template <class Each> long ForEachRecord(CRow& row, Each each)
-{
-    KORVANE_CHECK(row.MoveFirst());
-    while (!row.IsEOF()) {
-        KORVANE_CHECK(row.ReadFromDB());
-        KORVANE_CHECK(each());
-        KORVANE_CHECK(row.MoveNext());
-    }
-    return 0;
 }
 
 } // namespace
@@ -159,7 +232,7 @@ long CConnection::Open(const TCHAR* sDBName)
         const CSmartPtr<CTable> pTable(new CTable(entry.first, fieldsOfTables[entry.second],
                                                   indexesOfTables[entry.second], CSmartPtr<CConnection>(this)));
         pTable->m_oid = entry.second;
-        m_tables.emplace(entry.first, pTable);
+        m_tables.emplace_hint(m_tables.end(), entry.first, pTable);
     }
     KORVANE_CHECK(ReleaseSystemTables());
     m_bOpen = 1;
@@ -176,60 +249,35 @@ CSmartPtr<CTable> CConnection::CatalogueTable(CFieldInfo* pFields, int nFields)
 long CConnection::FillTables(std::map<CString, unsigned long>& tables)
 {
     CPin pin(*this);
-    CFieldInfo fields[] = {Field(L"TableName", 0x0000001F), Field(L"TableID", 0x00010003)};
-    CRow row(CatalogueTable(fields, 2), m_slots[kTables].hDatabase, 0);
-    return ForEachRecord(row, [&]() -> long {
-        _variant_t id, name;
-        KORVANE_CHECK(row.getVal(L"TableID", id));
-        KORVANE_CHECK(row.getVal(L"TableName", name));
-        tables.emplace(GetText(name), GetLong(id));
-        return 0;
-    });
+    const auto makeTable = [&](CFieldInfo* pFields, int nFields) { return CatalogueTable(pFields, nFields); };
+    return ForEachRecord(m_slots[kTables].hDatabase, m_hHeap, kFieldsOfTables, makeTable,
+                         [&](const auto& record) { tables.emplace(record.Text(0), record.Long(1)); });
 }
 
 long CConnection::FillFields(std::map<unsigned long, std::list<CFieldInfo>>& fieldsOfTables)
 {
     CPin pin(*this);
-    CFieldInfo fields[] = {Field(L"TableID", 0x00000003), Field(L"FieldName", 0x0001001F),
-                           Field(L"FieldID", 0x00020003), Field(L"Len", 0x00030002), Field(L"ODBCType", 0x00040002)};
-    CRow row(CatalogueTable(fields, 5), m_slots[kFields].hDatabase, 0);
-    return ForEachRecord(row, [&]() -> long {
-        _variant_t id, name, propid, len, type;
-        KORVANE_CHECK(row.getVal(L"TableID", id));
-        std::list<CFieldInfo>& fieldsOfTable = fieldsOfTables[GetLong(id)];
-        KORVANE_CHECK(row.getVal(L"FieldName", name));
-        KORVANE_CHECK(row.getVal(L"FieldID", propid));
-        KORVANE_CHECK(row.getVal(L"Len", len));
-        KORVANE_CHECK(row.getVal(L"ODBCType", type));
+    const auto makeTable = [&](CFieldInfo* pFields, int nFields) { return CatalogueTable(pFields, nFields); };
+    return ForEachRecord(m_slots[kFields].hDatabase, m_hHeap, kFieldsOfFields, makeTable, [&](const auto& record) {
         CFieldInfo field;
-        field.m_sName = GetText(name);
-        field.m_propid = GetLong(propid) & kPropidMask;
-        field.m_lLen = GetShort(len);
-        field.m_lType = GetShort(type);
-        fieldsOfTable.push_back(field);
-        return 0;
+        field.m_sName = record.Text(1);
+        field.m_propid = record.Long(2) & kPropidMask;
+        field.m_lLen = record.Short(3);
+        field.m_lType = record.Short(4);
+        fieldsOfTables[record.Long(0)].push_back(field);
     });
 }
 
 long CConnection::FillIndexes(std::map<unsigned long, std::list<CIndexInfo>>& indexesOfTables)
 {
     CPin pin(*this);
-    CFieldInfo fields[] = {Field(L"TableID", 0x00000003), Field(L"IndexName", 0x0001001F),
-                           Field(L"FieldID", 0x00020003), Field(L"IndexFlags", 0x00030003)};
-    CRow row(CatalogueTable(fields, 4), m_slots[kIndexes].hDatabase, 0);
-    return ForEachRecord(row, [&]() -> long {
-        _variant_t id, name, propid, flags;
-        KORVANE_CHECK(row.getVal(L"TableID", id));
-        std::list<CIndexInfo>& indexesOfTable = indexesOfTables[GetLong(id)];
-        KORVANE_CHECK(row.getVal(L"IndexName", name));
-        KORVANE_CHECK(row.getVal(L"FieldID", propid));
-        KORVANE_CHECK(row.getVal(L"IndexFlags", flags));
+    const auto makeTable = [&](CFieldInfo* pFields, int nFields) { return CatalogueTable(pFields, nFields); };
+    return ForEachRecord(m_slots[kIndexes].hDatabase, m_hHeap, kFieldsOfIndexes, makeTable, [&](const auto& record) {
         CIndexInfo index;
-        index.m_sName = GetText(name);
-        index.m_propid = GetLong(propid) & kPropidMask;
-        index.m_dwFlags = GetLong(flags);
-        indexesOfTable.push_back(index);
-        return 0;
+        index.m_sName = record.Text(1);
+        index.m_propid = record.Long(2) & kPropidMask;
+        index.m_dwFlags = record.Long(3);
+        indexesOfTables[record.Long(0)].push_back(index);
     });
 }
 
