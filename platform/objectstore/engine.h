@@ -49,7 +49,7 @@ public:
     const std::wstring& Path() const; // full path, as first opened
     // Whether this process shows the volume among those that it has mounted (CStation::List).
     void SetMounted(bool bMounted);
-    const CEGUID& Guid() const; // random, the same in all processes for as long as one has the file open
+    const CEGUID& Guid() const; // new, the same in all processes for as long as one has the file open
 
     // Makes all that is committed safe against a power cut.
     DWORD Flush();

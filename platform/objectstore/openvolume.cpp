@@ -168,11 +168,13 @@ void AppendNameKey(CByteBuffer& key, const wchar_t* pszName)
 {
     wchar_t szFolded[CEDB_MAXDBASENAMELEN] = {};
     DWORD cch = 0;
-    while (pszName[cch] && cch < CEDB_MAXDBASENAMELEN - 1) {
-        szFolded[cch] = pszName[cch];
-        ++cch;
+    bool bPlain = true;
+    for (; pszName[cch] && cch < CEDB_MAXDBASENAMELEN - 1; ++cch) {
+        const wchar_t ch = pszName[cch];
+        szFolded[cch] = ch >= L'a' && ch <= L'z' ? static_cast<wchar_t>(ch - L'a' + L'A') : ch;
+        bPlain = bPlain && ch < 128;
     }
-    ::CharUpperBuffW(szFolded, cch);
+    if (!bPlain) ::CharUpperBuffW(szFolded, cch);
     key.Append(kNameSpace);
     for (DWORD i = 0; i < cch; ++i) {
         key.Append(static_cast<BYTE>(szFolded[i] >> 8));

@@ -8,13 +8,25 @@
 #include <cstddef>
 #include <cstring>
 #include <cwchar>
-#include <ntsecapi.h>
 
 namespace store {
 
 namespace {
 
 constexpr DWORD kLongestNoteWait = 2000; // milliseconds
+
+// Another one each time, in whatever process. No secret: the system's random numbers come out of a library that the
+// process would load for them.
+CEGUID NewGuid()
+{
+    LARGE_INTEGER liTicks;
+    FILETIME ftNow;
+    ::QueryPerformanceCounter(&liTicks);
+    ::GetSystemTimeAsFileTime(&ftNow);
+    const ULONGLONG ullNow = static_cast<ULONGLONG>(ftNow.dwHighDateTime) << 32 | ftNow.dwLowDateTime;
+    return {liTicks.LowPart, static_cast<DWORD>(ullNow), static_cast<DWORD>(ullNow >> 32) ^ liTicks.HighPart,
+            ::GetCurrentProcessId()};
+}
 
 } // namespace
 
@@ -74,7 +86,7 @@ void CShared::Reset(const CVolumeHeader& header, const std::wstring& strPath)
     // Filled when the volume is opened, but not before a recovery: until then every page counts as used.
     if (m_pBlock->bNeedsRecovery) std::memset(m_pBlock->rgFreeInFlushed, 0, sizeof m_pBlock->rgFreeInFlushed);
     strPath.copy(m_pBlock->szPath, MAX_PATH - 1);
-    ::RtlGenRandom(&m_pBlock->guid, sizeof(CEGUID));
+    m_pBlock->guid = NewGuid();
 }
 
 void CShared::Hold(DWORD dwPage)
