@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
+#include <vector>
 
 namespace KorvaneDB {
 namespace {
@@ -227,10 +229,19 @@ long CConnection::Open(const TCHAR* sDBName)
     KORVANE_CHECK(FillTables(tables));
     KORVANE_CHECK(FillIndexes(indexesOfTables));
 
+    // Several names of one database share its descriptions: then no table takes them away from the others.
+    std::vector<unsigned long> oids;
+    oids.reserve(tables.size());
+    for (const auto& entry : tables) oids.push_back(entry.second);
+    std::sort(oids.begin(), oids.end());
+    const bool bShared = std::adjacent_find(oids.begin(), oids.end()) != oids.end();
     for (const auto& entry : tables) {
         // A table without records in one of the two has no fields, respectively no indexes.
-        const CSmartPtr<CTable> pTable(new CTable(entry.first, fieldsOfTables[entry.second],
-                                                  indexesOfTables[entry.second], CSmartPtr<CConnection>(this)));
+        auto& fields = fieldsOfTables[entry.second];
+        auto& indexes = indexesOfTables[entry.second];
+        const CSmartPtr<CConnection> pThis(this);
+        const CSmartPtr<CTable> pTable(bShared ? new CTable(entry.first, fields, indexes, pThis)
+                                               : new CTable(entry.first, std::move(fields), std::move(indexes), pThis));
         pTable->m_oid = entry.second;
         m_tables.emplace_hint(m_tables.end(), entry.first, pTable);
     }
