@@ -37,23 +37,21 @@ DWORD g_dwCallerSlot = TLS_OUT_OF_INDEXES;
 class CCaller
 {
 public:
-    // The frame of the function that stands in for malloc.
-    explicit CCaller(void* pvFrame) : m_dwError(::GetLastError())
+    // The frame of the function that stands in for malloc. `bForItself`: the caller wants it for itself, even if it is called
+    // by malloc or new.
+    explicit CCaller(void* pvFrame, bool bForItself = false)
+        : m_dwError(::GetLastError()), m_pvOld(::TlsGetValue(g_dwCallerSlot))
     {
-        m_bOuter = !::TlsGetValue(g_dwCallerSlot);
-        if (m_bOuter) ::TlsSetValue(g_dwCallerSlot, static_cast<void**>(pvFrame) + 1);
+        if (!m_pvOld || bForItself) ::TlsSetValue(g_dwCallerSlot, static_cast<void**>(pvFrame) + 1);
         ::SetLastError(m_dwError);
     }
-    ~CCaller()
-    {
-        if (m_bOuter) ::TlsSetValue(g_dwCallerSlot, nullptr);
-    }
+    ~CCaller() { ::TlsSetValue(g_dwCallerSlot, m_pvOld); }
     CCaller(const CCaller&) = delete;
     CCaller& operator=(const CCaller&) = delete;
 
 private:
     DWORD m_dwError;
-    bool m_bOuter;
+    void* m_pvOld;
 };
 
 struct CRuntime
@@ -82,6 +80,25 @@ void* __cdecl HookCalloc(size_t n, size_t cb)
 void* __cdecl HookRealloc(void* p, size_t cb)
 {
     const CCaller caller(__builtin_frame_address(0));
+    return g_runtime.realloc(p, cb);
+}
+
+// The unwinder keeps what it finds out about each module that an exception passes, such as that of a new that fails.
+void* __cdecl HookUnwindersMalloc(size_t cb)
+{
+    const CCaller caller(__builtin_frame_address(0), true);
+    return g_runtime.malloc(cb);
+}
+
+void* __cdecl HookUnwindersCalloc(size_t n, size_t cb)
+{
+    const CCaller caller(__builtin_frame_address(0), true);
+    return g_runtime.calloc(n, cb);
+}
+
+void* __cdecl HookUnwindersRealloc(void* p, size_t cb)
+{
+    const CCaller caller(__builtin_frame_address(0), true);
     return g_runtime.realloc(p, cb);
 }
 
@@ -410,31 +427,34 @@ void TurnOn(EPlace place)
     OpenArena(place);
     WatchFaults();
     static const CHook kHooks[] = {
-        {"HeapAlloc", reinterpret_cast<void*>(&HookHeapAlloc), false},
-        {"HeapFree", reinterpret_cast<void*>(&HookHeapFree), false},
-        {"HeapReAlloc", reinterpret_cast<void*>(&HookHeapReAlloc), false},
-        {"HeapSize", reinterpret_cast<void*>(&HookHeapSize), false},
-        {"malloc", reinterpret_cast<void*>(&HookMalloc), true},
-        {"calloc", reinterpret_cast<void*>(&HookCalloc), true},
-        {"realloc", reinterpret_cast<void*>(&HookRealloc), true},
-        {"_Znwj", reinterpret_cast<void*>(&HookNewObject), true},
-        {"_Znaj", reinterpret_cast<void*>(&HookNewArray), true},
-        {"_ZnwjRKSt9nothrow_t", reinterpret_cast<void*>(&HookTryNewObject), true},
-        {"_ZnajRKSt9nothrow_t", reinterpret_cast<void*>(&HookTryNewArray), true},
-        {"HeapValidate", reinterpret_cast<void*>(&HookHeapValidate), true},
-        {"LocalAlloc", reinterpret_cast<void*>(&HookLocalAlloc), true},
-        {"LocalReAlloc", reinterpret_cast<void*>(&HookLocalReAlloc), true},
-        {"LocalFree", reinterpret_cast<void*>(&HookLocalFree), true},
-        {"LocalSize", reinterpret_cast<void*>(&HookLocalSize), true},
-        {"GlobalAlloc", reinterpret_cast<void*>(&HookGlobalAlloc), true},
-        {"GlobalReAlloc", reinterpret_cast<void*>(&HookGlobalReAlloc), true},
-        {"GlobalFree", reinterpret_cast<void*>(&HookGlobalFree), true},
-        {"GlobalSize", reinterpret_cast<void*>(&HookGlobalSize), true},
-        {"GlobalLock", reinterpret_cast<void*>(&HookGlobalLock), true},
-        {"GlobalUnlock", reinterpret_cast<void*>(&HookGlobalUnlock), true},
-        {"SysAllocString", reinterpret_cast<void*>(&HookSysAllocString), true},
-        {"SysAllocStringLen", reinterpret_cast<void*>(&HookSysAllocStringLen), true},
-        {"SysAllocStringByteLen", reinterpret_cast<void*>(&HookSysAllocStringByteLen), true},
+        {"HeapAlloc", reinterpret_cast<void*>(&HookHeapAlloc), EPatched::kAll},
+        {"HeapFree", reinterpret_cast<void*>(&HookHeapFree), EPatched::kAll},
+        {"HeapReAlloc", reinterpret_cast<void*>(&HookHeapReAlloc), EPatched::kAll},
+        {"HeapSize", reinterpret_cast<void*>(&HookHeapSize), EPatched::kAll},
+        {"malloc", reinterpret_cast<void*>(&HookMalloc), EPatched::kOurs},
+        {"calloc", reinterpret_cast<void*>(&HookCalloc), EPatched::kOurs},
+        {"realloc", reinterpret_cast<void*>(&HookRealloc), EPatched::kOurs},
+        {"malloc", reinterpret_cast<void*>(&HookUnwindersMalloc), EPatched::kUnwinder},
+        {"calloc", reinterpret_cast<void*>(&HookUnwindersCalloc), EPatched::kUnwinder},
+        {"realloc", reinterpret_cast<void*>(&HookUnwindersRealloc), EPatched::kUnwinder},
+        {"_Znwj", reinterpret_cast<void*>(&HookNewObject), EPatched::kOurs},
+        {"_Znaj", reinterpret_cast<void*>(&HookNewArray), EPatched::kOurs},
+        {"_ZnwjRKSt9nothrow_t", reinterpret_cast<void*>(&HookTryNewObject), EPatched::kOurs},
+        {"_ZnajRKSt9nothrow_t", reinterpret_cast<void*>(&HookTryNewArray), EPatched::kOurs},
+        {"HeapValidate", reinterpret_cast<void*>(&HookHeapValidate), EPatched::kOurs},
+        {"LocalAlloc", reinterpret_cast<void*>(&HookLocalAlloc), EPatched::kOurs},
+        {"LocalReAlloc", reinterpret_cast<void*>(&HookLocalReAlloc), EPatched::kOurs},
+        {"LocalFree", reinterpret_cast<void*>(&HookLocalFree), EPatched::kOurs},
+        {"LocalSize", reinterpret_cast<void*>(&HookLocalSize), EPatched::kOurs},
+        {"GlobalAlloc", reinterpret_cast<void*>(&HookGlobalAlloc), EPatched::kOurs},
+        {"GlobalReAlloc", reinterpret_cast<void*>(&HookGlobalReAlloc), EPatched::kOurs},
+        {"GlobalFree", reinterpret_cast<void*>(&HookGlobalFree), EPatched::kOurs},
+        {"GlobalSize", reinterpret_cast<void*>(&HookGlobalSize), EPatched::kOurs},
+        {"GlobalLock", reinterpret_cast<void*>(&HookGlobalLock), EPatched::kOurs},
+        {"GlobalUnlock", reinterpret_cast<void*>(&HookGlobalUnlock), EPatched::kOurs},
+        {"SysAllocString", reinterpret_cast<void*>(&HookSysAllocString), EPatched::kOurs},
+        {"SysAllocStringLen", reinterpret_cast<void*>(&HookSysAllocStringLen), EPatched::kOurs},
+        {"SysAllocStringByteLen", reinterpret_cast<void*>(&HookSysAllocStringByteLen), EPatched::kOurs},
     };
     PatchModules(kHooks, sizeof(kHooks) / sizeof(kHooks[0]));
 }

@@ -19,13 +19,13 @@ struct CKnown
 };
 
 constexpr CKnown kKnown[] = {
-    {L"korvaneLib.dll", EKind::kOurs},        {L"korvaneafx.dll", EKind::kOurs},
-    {L"korvanestore.dll", EKind::kOurs},      {L"imgdecmp.dll", EKind::kOurs},
-    {L"aygshell.dll", EKind::kOurs},          {L"msvcrt.dll", EKind::kRuntime},
-    {L"ucrtbase.dll", EKind::kRuntime},       {L"libstdc++-6.dll", EKind::kRuntime},
-    {L"libgcc_s_dw2-1.dll", EKind::kRuntime}, {L"libwinpthread-1.dll", EKind::kRuntime},
-    {L"oleaut32.dll", EKind::kSystem},        {L"ole32.dll", EKind::kSystem},
-    {L"combase.dll", EKind::kSystem},         {L"windowscodecs.dll", EKind::kSystem},
+    {L"korvaneLib.dll", EKind::kOurs},         {L"korvaneafx.dll", EKind::kOurs},
+    {L"korvanestore.dll", EKind::kOurs},       {L"imgdecmp.dll", EKind::kOurs},
+    {L"aygshell.dll", EKind::kOurs},           {L"msvcrt.dll", EKind::kRuntime},
+    {L"ucrtbase.dll", EKind::kRuntime},        {L"libstdc++-6.dll", EKind::kRuntime},
+    {L"libgcc_s_dw2-1.dll", EKind::kUnwinder}, {L"libwinpthread-1.dll", EKind::kUnwinder},
+    {L"oleaut32.dll", EKind::kSystem},         {L"ole32.dll", EKind::kSystem},
+    {L"combase.dll", EKind::kSystem},          {L"windowscodecs.dll", EKind::kSystem},
 };
 
 constexpr size_t kMost = 32;
@@ -53,7 +53,10 @@ void PatchImports(BYTE* pBase, EKind kind)
 {
     const IMAGE_DATA_DIRECTORY& imports = Headers(pBase)->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
     if (!imports.VirtualAddress) return;
-    const bool bOurs = kind == EKind::kOurs || kind == EKind::kProgram;
+    const auto isHere = [kind](EPatched where) {
+        if (where == EPatched::kOurs) return kind == EKind::kOurs || kind == EKind::kProgram;
+        return where == EPatched::kAll || kind == EKind::kUnwinder;
+    };
     const auto* pFrom = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(pBase + imports.VirtualAddress);
     for (; pFrom->Name; ++pFrom) {
         const auto* pEntry = reinterpret_cast<const IMAGE_THUNK_DATA*>(pBase + pFrom->OriginalFirstThunk);
@@ -63,7 +66,7 @@ void PatchImports(BYTE* pBase, EKind kind)
             const char* pszName = reinterpret_cast<const char*>(
                 reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(pBase + pEntry->u1.AddressOfData)->Name);
             for (size_t i = 0; i < g_nHooks; ++i) {
-                if (g_hooks[i].bOursOnly && !bOurs) continue;
+                if (!isHere(g_hooks[i].where)) continue;
                 if (std::strcmp(pszName, g_hooks[i].pszName) != 0) continue;
                 PatchSlot(&pSlot->u1.Function, reinterpret_cast<DWORD>(g_hooks[i].pvReplacement));
             }

@@ -10,10 +10,11 @@ namespace guard {
 
 enum class EKind
 {
-    kOurs,    // the library, the framework, the store, the decoder, the starter of browsers
-    kProgram, // the test program
-    kRuntime, // the C and C++ run-time libraries
-    kSystem   // what else is patched
+    kOurs,     // the library, the framework, the store, the decoder, the starter of browsers
+    kProgram,  // the test program
+    kRuntime,  // the C and C++ run-time libraries
+    kUnwinder, // those of them that unwind the stack, and the threads' that they use
+    kSystem    // what else is patched
 };
 
 struct CModule
@@ -25,11 +26,18 @@ struct CModule
     EKind kind;
 };
 
+enum class EPatched
+{
+    kAll,
+    kOurs, // our modules and the program
+    kUnwinder
+};
+
 struct CHook
 {
     const char* pszName;
     void* pvReplacement;
-    bool bOursOnly; // only in our modules and in the program
+    EPatched where;
 };
 
 // Patches the modules that are checked, those that are loaded later as well. `hooks` has to live as long as the program.
