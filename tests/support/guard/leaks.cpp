@@ -34,6 +34,7 @@ constexpr COnceOnly kOnceOnly[] = {
     {"vector<void**", COnceOnly::kCalled, "the same: its cursors"},
     {"CDatabase::SaveNewShape", COnceOnly::kCalled, "the same: the shapes of its databases' records"},
     {"CDatabase::ShapeFor", COnceOnly::kCalled, "the same"},
+    {"Create(_CEGUID", COnceOnly::kCalled, "the same: what it knows of a database, a deleted one too"},
     {"kv_hold_pages", COnceOnly::kItself, "the same: its list of pages that are not used again yet"},
     {"CMounts::", COnceOnly::kCalled, "the store's list of volumes grows and stays"},
     {"CWatches::Add", COnceOnly::kItself, "the store's list of handles that are told of changes grows and stays"},
