@@ -99,21 +99,23 @@ inline void WidenBytes(wchar_t* pTo, const BYTE* pFrom, size_t cch)
     }
 }
 
-// Bytes as the map orders them: memcmp, then the shorter first.
+// Bytes as the map orders them: memcmp, then the shorter first. No bytes may be at no address, which is undefined for
+// memcmp.
 inline int CompareBytes(CBytes left, CBytes right)
 {
-    const int n = memcmp(left.p, right.p, left.cb < right.cb ? left.cb : right.cb);
+    const size_t cb = left.cb < right.cb ? left.cb : right.cb;
+    const int n = cb ? memcmp(left.p, right.p, cb) : 0;
     return n != 0 ? n : left.cb < right.cb ? -1 : left.cb > right.cb;
 }
 
 inline bool StartsWith(CBytes bytes, CBytes prefix)
 {
-    return bytes.cb >= prefix.cb && memcmp(bytes.p, prefix.p, prefix.cb) == 0;
+    return bytes.cb >= prefix.cb && (!prefix.cb || memcmp(bytes.p, prefix.p, prefix.cb) == 0);
 }
 
 inline bool SameBytes(CBytes left, CBytes right)
 {
-    return left.cb == right.cb && memcmp(left.p, right.p, left.cb) == 0;
+    return left.cb == right.cb && (!left.cb || memcmp(left.p, right.p, left.cb) == 0);
 }
 
 // A growing run of bytes whose first kilobyte needs no allocation.
