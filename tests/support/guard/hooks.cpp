@@ -130,8 +130,9 @@ void* __cdecl HookTryNewArray(size_t cb, const std::nothrow_t& no)
 // by one character is seen. The system's expects its heaps' eight bytes.
 SIZE_T Alignment(const CModule* pOwner, SIZE_T cb)
 {
+    constexpr SIZE_T kLeast = KORVANE_GUARD_ALIGNMENT;
     if (!pOwner || (cb & 7) == 0) return 8;
-    return cb & (~cb + 1);
+    return std::max(cb & (~cb + 1), kLeast);
 }
 
 // True when the allocation is to fail: one that a module of ours asked for.
