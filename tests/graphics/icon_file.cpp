@@ -76,7 +76,7 @@ Bytes MakeIconFile(const std::vector<Bytes>& images)
 void WriteFileTo(const std::wstring& path, const Bytes& bytes)
 {
     FILE* const file = ::_wfopen(path.c_str(), L"wb");
-    if (!file || std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size()) {
+    if (!file || (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size())) {
         std::fprintf(stderr, "cannot write %ls\n", path.c_str());
         std::exit(1);
     }
