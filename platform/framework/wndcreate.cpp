@@ -10,6 +10,12 @@ bool IsInputMethodWindow(HWND hWnd)
     return ::lstrcmpiW(szClass, L"IME") == 0;
 }
 
+// A rectangle may be from anywhere: one that is larger than its size can say has the size that the system would make of it.
+int Extent(LONG nFirst, LONG nBehind)
+{
+    return static_cast<int>(static_cast<DWORD>(nBehind) - static_cast<DWORD>(nFirst));
+}
+
 void EndHook(CThreadState& state)
 {
     if (state.m_hCreateHook) ::UnhookWindowsHookEx(state.m_hCreateHook);
@@ -102,8 +108,8 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, LPCTSTR pszClassName, LPCTSTR pszWindowName
 BOOL CWnd::CreateEx(DWORD dwExStyle, LPCTSTR pszClassName, LPCTSTR pszWindowName, DWORD dwStyle, const RECT& rect,
                     CWnd* pParentWnd, UINT nID, LPVOID pParam)
 {
-    return CreateEx(dwExStyle, pszClassName, pszWindowName, dwStyle, rect.left, rect.top, rect.right - rect.left,
-                    rect.bottom - rect.top, pParentWnd->GetSafeHwnd(), reinterpret_cast<HMENU>(nID), pParam);
+    return CreateEx(dwExStyle, pszClassName, pszWindowName, dwStyle, rect.left, rect.top, Extent(rect.left, rect.right),
+                    Extent(rect.top, rect.bottom), pParentWnd->GetSafeHwnd(), reinterpret_cast<HMENU>(nID), pParam);
 }
 
 BOOL CWnd::Create(LPCTSTR pszClassName, LPCTSTR pszWindowName, DWORD dwStyle, const RECT& rect, CWnd* pParentWnd,

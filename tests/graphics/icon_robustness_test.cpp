@@ -22,6 +22,7 @@ public:
     BYTE* Allocate(size_t cb)
     {
         if (cb >= kPlace) return nullptr;
+        cb = (cb + kAlignment - 1) & ~(kAlignment - 1);
         if (m_free.empty()) {
             BYTE* const place =
                 static_cast<BYTE*>(::VirtualAlloc(nullptr, kPlace + kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
@@ -48,6 +49,7 @@ public:
 private:
     static constexpr size_t kPlace = 64 << 10; // what VirtualAlloc aligns to
     static constexpr size_t kPage = 4096;
+    static constexpr size_t kAlignment = KORVANE_GUARD_ALIGNMENT; // 1, but where undefined behaviour ends the program
     std::vector<BYTE*> m_free;
 };
 
