@@ -1,5 +1,9 @@
 # The compiler's runtime lies beside the programs: exceptions cross our DLLs only when all of them share one runtime.
-foreach(dll libstdc++-6.dll libgcc_s_dw2-1.dll libwinpthread-1.dll)
+set(runtime_dlls libstdc++-6.dll libgcc_s_dw2-1.dll libwinpthread-1.dll)
+if(CMAKE_CXX_FLAGS MATCHES "stack-protector")
+    list(APPEND runtime_dlls libssp-0.dll)
+endif()
+foreach(dll IN LISTS runtime_dlls)
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
                     OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
     if(NOT EXISTS "${path}")

@@ -25,7 +25,7 @@
 
 #include <afxwin.h>
 
-enum HYPERLINK_TYPE
+enum HYPERLINK_TYPE : unsigned int
 {
     HYPERLINK_WEB = 0, // and every other value but 1
     HYPERLINK_MAIL = 1 // "mailto:" is put in front of the URL

@@ -85,7 +85,7 @@ HANDLE WINAPI OpenFile(LPCWSTR, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD
 BOOL WINAPI ReadOpenFile(HANDLE, void* pv, DWORD cb, DWORD* pcbRead, OVERLAPPED*)
 {
     *pcbRead = g_position < g_pFile->size() ? std::min<DWORD>(cb, g_pFile->size() - g_position) : 0;
-    std::memcpy(pv, g_pFile->data() + g_position, *pcbRead);
+    if (*pcbRead) std::memcpy(pv, g_pFile->data() + g_position, *pcbRead);
     g_position += *pcbRead;
     return TRUE;
 }
