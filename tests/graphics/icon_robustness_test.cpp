@@ -312,10 +312,10 @@ bool Exercise(CIconLoader& loader)
 
 TEST(IconRobustnessTest, TheForbiddenPageIsThere)
 {
-    BYTE* const p = g_heap.Allocate(10);
+    BYTE* const p = g_heap.Allocate(16);
     MEMORY_BASIC_INFORMATION info = {};
-    ASSERT_NE(0u, ::VirtualQuery(p + 10, &info, sizeof(info)));
-    EXPECT_EQ(p + 10, info.BaseAddress);
+    ASSERT_NE(0u, ::VirtualQuery(p + 16, &info, sizeof(info)));
+    EXPECT_EQ(p + 16, info.BaseAddress);
     EXPECT_EQ(static_cast<DWORD>(PAGE_NOACCESS), info.Protect);
     g_heap.Free(p);
     EXPECT_EQ(0, g_heap.nLive);
