@@ -147,14 +147,19 @@ bool IsSizePossible(const BITMAPINFOHEADER& header)
     return width * height <= kMaxPixels && (header.biBitCount * width + 31) / 8 * height <= MAXLONG;
 }
 
-// A DIB section, and the bytes that its bits have.
+// A DIB section, and the bytes that its bits have; null when there is none, or its size cannot be had.
 HBITMAP MakeSection(HDC hdc, const BITMAPINFO* pInfo, BYTE*& rpBits, size_t& rcbBits)
 {
     void* pBits = nullptr;
     const HBITMAP hBitmap = ::CreateDIBSection(hdc, pInfo, DIB_RGB_COLORS, &pBits, nullptr, 0);
     if (!hBitmap) return nullptr;
     BITMAP bitmap = {};
-    ::GetObjectW(hBitmap, sizeof(bitmap), &bitmap);
+    if (!::GetObjectW(hBitmap, sizeof(bitmap), &bitmap)) {
+        const DWORD dwError = ::GetLastError();
+        ::DeleteObject(hBitmap);
+        ::SetLastError(dwError);
+        return nullptr;
+    }
     rpBits = static_cast<BYTE*>(pBits);
     rcbBits = static_cast<size_t>(bitmap.bmWidthBytes) * bitmap.bmHeight;
     return hBitmap;

@@ -110,6 +110,8 @@ HRESULT Decompress(const DecompressImageInfo& info)
     } catch (const std::bad_alloc&) {
         hr = E_OUTOFMEMORY;
     }
+    // The component takes a stream that fails for a picture that is cut off.
+    if (FAILED(hr) && input->IsOutOfMemory()) hr = E_OUTOFMEMORY;
     if (input->HasOverrun()) hr = E_UNEXPECTED;
     if (FAILED(hr)) {
         // A callback may have kept a reference.

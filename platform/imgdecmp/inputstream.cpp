@@ -75,6 +75,7 @@ try {
     if (pcbRead) *pcbRead = cbRead;
     return cbRead == cb ? S_OK : S_FALSE;
 } catch (const std::bad_alloc&) {
+    m_bOutOfMemory = true;
     return E_OUTOFMEMORY;
 }
 
@@ -96,6 +97,7 @@ try {
     if (pPosition) pPosition->QuadPart = position;
     return S_OK;
 } catch (const std::bad_alloc&) {
+    m_bOutOfMemory = true;
     return E_OUTOFMEMORY;
 }
 
@@ -109,5 +111,6 @@ try {
     pStat->grfMode = STGM_READ;
     return S_OK;
 } catch (const std::bad_alloc&) {
+    m_bOutOfMemory = true;
     return E_OUTOFMEMORY;
 }

@@ -27,6 +27,8 @@ public:
     // The data ends at `cb`, with `last` behind it. REQUIRES: that much has been fetched.
     void EndAt(size_t cb, BYTE last);
     bool HasOverrun() const { return m_bOverrun; }
+    // Whether a call of the component's failed for want of memory.
+    bool IsOutOfMemory() const { return m_bOutOfMemory; }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
     ULONG STDMETHODCALLTYPE AddRef() override;
@@ -64,6 +66,7 @@ private:
     LONG m_nReferences = 1;
     bool m_bEnded = false;   // the caller's function is not to be asked again
     bool m_bOverrun = false; // because it claimed more than its buffer holds
+    bool m_bOutOfMemory = false;
 };
 
 #endif

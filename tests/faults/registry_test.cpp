@@ -1,6 +1,6 @@
 // Each registry call of the platform fails in turn: the key's error is the call's, and the key works again afterwards.
 #include "registry/registrykey.h"
-#include "support/import_patch.h"
+#include "faults.h"
 
 #include <gtest/gtest.h>
 
@@ -17,8 +17,6 @@ template <class... Arguments> LONG WINAPI Refuse(Arguments...)
 {
     return ERROR_ACCESS_DENIED;
 }
-
-const wchar_t kLibrary[] = L"korvaneLib.dll";
 
 class RegistryFaultTest : public testing::Test
 {

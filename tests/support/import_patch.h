@@ -34,6 +34,9 @@ public:
     CImportPatch(const CImportPatch&) = delete;
     CImportPatch& operator=(const CImportPatch&) = delete;
 
+    // The address of the function that was replaced.
+    DWORD Original() const { return m_old; }
+
 private:
     // `isIt(library, name, ordinal)` knows the import; without a name it is one by ordinal.
     template <class Predicate> void Find(const wchar_t* module, Predicate isIt)

@@ -1,0 +1,175 @@
+#include "faults.h"
+
+#include "base/errorutil.h"
+#include "support/gdi_objects.h"
+#include "support/guard/guard.h"
+#include "support/handle_count.h"
+
+#include <afx.h>
+#include <comdef.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <string>
+
+namespace {
+
+// The one that fails, counted down; below zero none does.
+int g_nUntil = -1;
+int g_nCounted = 0;
+const char* g_pszFailed = nullptr;
+
+bool FailOne()
+{
+    ++g_nCounted;
+    return g_nUntil >= 0 && g_nUntil-- == 0;
+}
+
+// The record's code, which is taken out of it.
+long TakeRecord()
+{
+    const long lCode = gErrHRESULT;
+    gErrHRESULT = 0;
+    return lCode;
+}
+
+long RunCalls(const Operation& operation, int nFails)
+{
+    g_nCounted = 0;
+    g_pszFailed = nullptr;
+    g_nUntil = nFails;
+    const long lResult = operation();
+    g_nUntil = -1;
+    return lResult;
+}
+
+} // namespace
+
+std::ostream& operator<<(std::ostream& stream, EOutcome outcome)
+{
+    static constexpr const char* kNames[] = {"done",      "a code",    "the record", "CMemoryException",
+                                             "bad_alloc", "_com_error"};
+    return stream << kNames[static_cast<int>(outcome)];
+}
+
+EOutcome Attempt(const Operation& operation, int nFails, long* plCode)
+{
+    EOutcome outcome = EOutcome::kDone;
+    long lCode = 0;
+    g_nCounted = 0;
+    g_nUntil = nFails;
+    guard::SetFail(&FailOne);
+    try {
+        lCode = operation();
+        if (lCode < 0) outcome = EOutcome::kCode;
+    } catch (CMemoryException* pException) {
+        outcome = EOutcome::kMemory;
+        pException->Delete();
+    } catch (const std::bad_alloc&) {
+        outcome = EOutcome::kBadAlloc;
+    } catch (const _com_error& error) {
+        outcome = EOutcome::kComError;
+        lCode = error.Error();
+    }
+    guard::SetFail(nullptr);
+    g_nUntil = -1;
+    // Where there is no result to give, the record takes the failure.
+    if (const long lRecord = TakeRecord(); lRecord < 0) {
+        if (outcome == EOutcome::kDone) outcome = EOutcome::kRecord;
+        lCode = lRecord;
+    }
+    if (plCode) *plCode = lCode;
+    return outcome;
+}
+
+void FailEachAllocation(const char* pszName, const Operation& operation, EAfterwards afterwards,
+                        const OutcomeCheck& check)
+{
+    SCOPED_TRACE(pszName);
+    // What is made on first use is made now.
+    for (int i = 0; i < 2; ++i) ASSERT_EQ(EOutcome::kDone, Attempt(operation, -1));
+    const int nAllocations = g_nCounted;
+    EXPECT_GT(nAllocations, 0) << "there is nothing to fail";
+    // The unwinder keeps what it has found out about each module that an exception passed through.
+    for (int i = 0; i < nAllocations; ++i) Attempt(operation, i);
+    int nReported = 0;
+    const int nHandles = CountHandles(), nObjects = CountGdiObjects();
+    for (int i = 0; i < nAllocations; ++i) {
+        SCOPED_TRACE("allocation " + std::to_string(i) + " of " + std::to_string(nAllocations));
+        const ULONGLONG ullBefore = guard::LastBlock();
+        long lCode = 0;
+        const EOutcome outcome = Attempt(operation, i, &lCode);
+        nReported += outcome != EOutcome::kDone;
+        if (check) check(outcome, lCode);
+        const DWORD n = afterwards == EAfterwards::kNothingLeft ? guard::CountOurs(ullBefore) : 0;
+        if (n) {
+            ADD_FAILURE() << n << " blocks left behind";
+            guard::TellOurs(ullBefore);
+        }
+        EXPECT_EQ(EOutcome::kDone, Attempt(operation, -1)) << "it has not recovered";
+    }
+    if (afterwards == EAfterwards::kNothingLeft) {
+        EXPECT_EQ(nHandles, CountHandles());
+    }
+    EXPECT_EQ(nObjects, CountGdiObjects());
+    EXPECT_GT(nReported, 0) << "no failure was noticed at all";
+    std::printf("%s: %d allocations failed in turn, %d reported\n", pszName, nAllocations, nReported);
+}
+
+namespace faults_detail {
+
+bool CountCall(const char* pszFunction)
+{
+    if (!FailOne()) return false;
+    g_pszFailed = pszFunction;
+    return true;
+}
+
+} // namespace faults_detail
+
+bool IsOneOf(const char* pszFunction, std::initializer_list<const char*> functions)
+{
+    return std::any_of(functions.begin(), functions.end(),
+                       [=](const char* pszOne) { return std::strcmp(pszFunction, pszOne) == 0; });
+}
+
+void FailEachCall(const char* pszName, const Operation& operation, const CallCheck& check)
+{
+    SCOPED_TRACE(pszName);
+    for (int i = 0; i < 2; ++i) ASSERT_GE(RunCalls(operation, -1), 0);
+    const int nCalls = g_nCounted;
+    EXPECT_GT(nCalls, 0) << "there is nothing to fail";
+    int nReported = 0;
+    for (int i = 0; i < nCalls; ++i) {
+        const ULONGLONG ullBefore = guard::LastBlock();
+        const int nHandles = CountHandles(), nObjects = CountGdiObjects();
+        const long lResult = RunCalls(operation, i);
+        SCOPED_TRACE("call " + std::to_string(i) + " of " + std::to_string(nCalls) + ", " +
+                     (g_pszFailed ? g_pszFailed : "which did not come"));
+        nReported += lResult < 0;
+        EXPECT_TRUE(g_pszFailed);
+        check(g_pszFailed ? g_pszFailed : "", i, lResult);
+        if (const DWORD n = guard::CountOurs(ullBefore)) {
+            ADD_FAILURE() << n << " blocks left behind";
+            guard::TellOurs(ullBefore);
+        }
+        EXPECT_EQ(nHandles, CountHandles());
+        EXPECT_EQ(nObjects, CountGdiObjects());
+        EXPECT_GE(RunCalls(operation, -1), 0) << "it has not recovered";
+    }
+    std::printf("%s: %d calls failed in turn, %d reported\n", pszName, nCalls, nReported);
+}
+
+CFaultTest::CFaultTest()
+{
+    guard::TurnOn(guard::EPlace::kBehind);
+    EXPECT_EQ(0, gErrHRESULT);
+}
+
+CFaultTest::~CFaultTest()
+{
+    EXPECT_EQ(0, gErrHRESULT);
+    gErrHRESULT = 0;
+}
