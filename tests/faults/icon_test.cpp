@@ -24,6 +24,17 @@ int WINAPI AnswerBox(HWND, LPCWSTR pszText, LPCWSTR pszTitle, UINT)
     return IDOK;
 }
 
+HBITMAP WINAPI NoSection(HDC, const BITMAPINFO*, UINT, void**, HANDLE, DWORD)
+{
+    ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+}
+
+DWORD WINAPI NoText(DWORD, LPCVOID, DWORD, DWORD, LPWSTR, DWORD, va_list*)
+{
+    return 0;
+}
+
 constexpr long kNull = -1;
 constexpr wchar_t kNoMask[] = L"Fail to allocate memory for BITMAPINFO!";
 
@@ -132,13 +143,8 @@ TEST_F(IconFaultTest, ABitmapThatCannotBeMadeIsNullWithABox)
                 EXPECT_TRUE(g_boxes.empty());
             });
     }
-    const CImportPatch noSection(
-        kLibrary, "CreateDIBSection", +[](HDC, const BITMAPINFO*, UINT, void**, HANDLE, DWORD) -> HBITMAP {
-            ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-            return nullptr;
-        });
-    const CImportPatch noText(
-        kLibrary, "FormatMessageW", +[](DWORD, LPCVOID, DWORD, DWORD, LPWSTR, DWORD, va_list*) -> DWORD { return 0; });
+    const CImportPatch section(kLibrary, "CreateDIBSection", &NoSection);
+    const CImportPatch text(kLibrary, "FormatMessageW", &NoText);
     EXPECT_EQ(kNull, MakeBitmap());
     ASSERT_EQ(1u, g_boxes.size());
     EXPECT_EQ(L"", g_boxes[0].text) << "the system has no text";
