@@ -39,7 +39,9 @@ std::string ToAnsi(const std::wstring& text)
     const int cch = static_cast<int>(text.size());
     const int cb = ::WideCharToMultiByte(CP_ACP, dwFlags, text.data(), cch, nullptr, 0, pszDefault, nullptr);
     std::string bytes(cb, '\0');
-    ::WideCharToMultiByte(CP_ACP, dwFlags, text.data(), cch, &bytes[0], cb, pszDefault, nullptr);
+    // What the system cannot convert is lost.
+    if (!cb || ::WideCharToMultiByte(CP_ACP, dwFlags, text.data(), cch, &bytes[0], cb, pszDefault, nullptr) != cb)
+        return {};
     return bytes;
 }
 
@@ -113,11 +115,18 @@ template <class Make> void PutMade(CLogFile* pFile, Make make)
 
 } // namespace
 
-CStreamWriter::CStreamWriter(const char* fileName) : m_strName(fileName)
+CStreamWriter::CStreamWriter(const char* fileName)
 {
     const CKeepLastError keep;
-    m_strName.TrimLeft();
-    m_strName.TrimRight();
+    try {
+        m_strName = fileName;
+        m_strName.TrimLeft();
+        m_strName.TrimRight();
+    } catch (CMemoryException* pException) {
+        // Without its name a file cannot be reopened.
+        pException->Delete();
+        m_strName.Empty();
+    }
     if (m_strName.IsEmpty()) return;
     FILE* const pStream = std::fopen(fileName, "wt");
     if (!pStream) return;

@@ -2,9 +2,9 @@
 //
 // Ownership  the writer owns its open file. Copies share the file, the last of them that goes closes it.
 // Threads    one thread at a time.
-// Errors     none are reported: a file that cannot be opened or reopened turns the writer to the debugger output
-//            (OutputDebugStringW), text that cannot be written is lost. GetLastError() is left as it was by every
-//            write.
+// Errors     none are reported, and nothing is thrown: a file that cannot be opened or reopened, or that memory is out
+//            for, turns the writer to the debugger output (OutputDebugStringW), text that cannot be written is lost.
+//            GetLastError() is left as it was by every write.
 //
 // What reaches the file is plain 8-bit text in the process's ANSI code page; a character that the page lacks is "?".
 // The file is open in text mode, so each line feed that is written becomes CR LF on disk.

@@ -33,7 +33,8 @@ int GetOwnerInfo(CString& name, CString& company)
     if (error != ERROR_SUCCESS) return 0;
 
     const DWORD units = bytes / sizeof(TCHAR);
-    name = TextAt(record, 0, units);
+    const CString newName = TextAt(record, 0, units);
     company = TextAt(record, kCompanyUnit, units);
+    name = newName; // both or, when memory is out, neither
     return 1;
 }

@@ -114,6 +114,7 @@ BOOL CFile::Open(LPCTSTR pszFileName, UINT nOpenFlags, CFileException* pError)
         dwShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
         break;
     }
+    const CString strFileName(pszFileName); // first: when memory is out, nothing is open
     DWORD dwCreate = OPEN_EXISTING;
     if (nOpenFlags & modeCreate) dwCreate = nOpenFlags & modeNoTruncate ? OPEN_ALWAYS : CREATE_ALWAYS;
     const HANDLE hFile =
@@ -123,13 +124,13 @@ BOOL CFile::Open(LPCTSTR pszFileName, UINT nOpenFlags, CFileException* pError)
         if (pError) {
             pError->m_cause = CFileException::OsErrorToException(lOsError);
             pError->m_lOsError = lOsError;
-            pError->m_strFileName = pszFileName;
+            pError->m_strFileName = strFileName;
         }
         return FALSE;
     }
     m_hFile = hFile;
     m_bCloseOnDelete = TRUE;
-    m_strFileName = pszFileName;
+    m_strFileName = strFileName;
     return TRUE;
 }
 

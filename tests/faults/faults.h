@@ -50,13 +50,6 @@ EOutcome Attempt(const Operation& operation, int nFails, long* plCode = nullptr)
 void FailEachAllocation(const char* pszName, const Operation& operation,
                         EAfterwards afterwards = EAfterwards::kNothingLeft, const OutcomeCheck& check = nullptr);
 
-namespace faults_detail {
-
-// Counts a call. True when it is the one that is to fail.
-bool CountCall(const char* pszFunction);
-
-} // namespace faults_detail
-
 // Whether a call that fails has done its work nevertheless: what closes and frees would leave a leak behind else.
 enum class EWork
 {
@@ -64,43 +57,84 @@ enum class EWork
     kDone
 };
 
-// While it lives, the calls that a module makes of one imported function count, and FailEachCall lets them fail.
-// `nWhich` tells the modules apart when several of them are watched for the same function.
-template <auto pFunction, int nWhich = 0> class CFailing;
+namespace faults_detail {
 
-template <class Result, class... Arguments, Result(WINAPI* pFunction)(Arguments...), int nWhich>
-class CFailing<pFunction, nWhich>
+// Counts a call. True when it is the one that is to fail.
+bool CountCall(const char* pszFunction);
+
+// What there is for one function of one module, in static members: a replaced function is told nothing else.
+template <class Tag, class Result, class Function> class CFailingCall
 {
-public:
-    // What the call gives when it fails, and its last error.
-    CFailing(const wchar_t* pszModule, const char* pszFunction, Result failure, DWORD dwError,
-             EWork work = EWork::kNotDone)
-        : m_patch(pszModule, pszFunction, &Call)
+protected:
+    using Base = CFailingCall;
+
+    CFailingCall(const wchar_t* pszModule, const char* pszFunction, Function replacement, Result failure, DWORD dwError,
+                 EWork work)
+        : m_patch(pszModule, pszFunction, replacement)
     {
-        s_call = {pszFunction, failure, dwError, work, reinterpret_cast<Function*>(m_patch.Original())};
+        s_call = {pszFunction, failure, dwError, work, reinterpret_cast<Function>(m_patch.Original())};
+    }
+
+    template <class... Arguments> static Result Make(Arguments... arguments)
+    {
+        if (!CountCall(s_call.pszFunction)) return s_call.pOriginal(arguments...);
+        if (s_call.work == EWork::kDone) s_call.pOriginal(arguments...);
+        ::SetLastError(s_call.dwError);
+        return s_call.failure;
     }
 
 private:
-    using Function = Result WINAPI(Arguments...);
     struct State
     {
         const char* pszFunction;
         Result failure;
         DWORD dwError;
         EWork work;
-        Function* pOriginal;
+        Function pOriginal;
     };
-
-    static Result WINAPI Call(Arguments... arguments)
-    {
-        if (!faults_detail::CountCall(s_call.pszFunction)) return s_call.pOriginal(arguments...);
-        if (s_call.work == EWork::kDone) s_call.pOriginal(arguments...);
-        ::SetLastError(s_call.dwError);
-        return s_call.failure;
-    }
 
     static inline State s_call = {};
     const CImportPatch m_patch;
+};
+
+} // namespace faults_detail
+
+// While it lives, the calls that a module makes of one imported function count, and FailEachCall lets them fail.
+// `nWhich` tells the modules apart when several of them are watched for the same function.
+template <auto pFunction, int nWhich = 0> class CFailing;
+
+template <class Result, class... Arguments, Result(WINAPI* pFunction)(Arguments...), int nWhich>
+class CFailing<pFunction, nWhich>
+    : faults_detail::CFailingCall<CFailing<pFunction, nWhich>, Result, decltype(pFunction)>
+{
+public:
+    // What the call gives when it fails, and its last error.
+    CFailing(const wchar_t* pszModule, const char* pszFunction, Result failure, DWORD dwError,
+             EWork work = EWork::kNotDone)
+        : CFailing::Base(pszModule, pszFunction, &Call, failure, dwError, work)
+    {
+    }
+
+private:
+    static Result WINAPI Call(Arguments... arguments) { return CFailing::Make(arguments...); }
+};
+
+// The same for the C library's functions, which leave the stack to the caller.
+template <auto pFunction, int nWhich = 0> class CFailingC;
+
+template <class Result, class... Arguments, Result(__cdecl* pFunction)(Arguments...), int nWhich>
+class CFailingC<pFunction, nWhich>
+    : faults_detail::CFailingCall<CFailingC<pFunction, nWhich>, Result, decltype(pFunction)>
+{
+public:
+    CFailingC(const wchar_t* pszModule, const char* pszFunction, Result failure, DWORD dwError,
+              EWork work = EWork::kNotDone)
+        : CFailingC::Base(pszModule, pszFunction, &Call, failure, dwError, work)
+    {
+    }
+
+private:
+    static Result __cdecl Call(Arguments... arguments) { return CFailingC::Make(arguments...); }
 };
 
 // The same for a method of a component's objects, all that have the table of methods of `pObject`.
