@@ -1,3 +1,4 @@
+#include "attachnew.h"
 #include "threadstate.h"
 
 #include "gdidc_both.h"
@@ -43,12 +44,14 @@ HDC CDC::Detach()
 
 BOOL CDC::CreateDC(LPCTSTR pszDriverName, LPCTSTR pszDeviceName, LPCTSTR pszOutput, const void* pInitData)
 {
-    return Attach(::CreateDCW(pszDriverName, pszDeviceName, pszOutput, static_cast<const DEVMODEW*>(pInitData)));
+    return AttachNew(*this,
+                     ::CreateDCW(pszDriverName, pszDeviceName, pszOutput, static_cast<const DEVMODEW*>(pInitData)),
+                     ::DeleteDC);
 }
 
 BOOL CDC::CreateCompatibleDC(CDC* pDC)
 {
-    return Attach(::CreateCompatibleDC(pDC->GetSafeHdc()));
+    return AttachNew(*this, ::CreateCompatibleDC(pDC->GetSafeHdc()), ::DeleteDC);
 }
 
 BOOL CDC::DeleteDC()

@@ -1,3 +1,5 @@
+#include "attachnew.h"
+
 #include "afxwin.h"
 
 IMPLEMENT_DYNCREATE(CFont, CGdiObject)
@@ -9,7 +11,7 @@ CFont* PASCAL CFont::FromHandle(HFONT hFont)
 
 BOOL CFont::CreateFontIndirect(const LOGFONT* pLogFont)
 {
-    return Attach(::CreateFontIndirectW(pLogFont));
+    return AttachNew(*this, ::CreateFontIndirectW(pLogFont), ::DeleteObject);
 }
 
 BOOL CFont::CreateFont(int nHeight, int nWidth, int nEscapement, int nOrientation, int nWeight, BYTE bItalic,

@@ -1,3 +1,5 @@
+#include "attachnew.h"
+
 #include "afxwin.h"
 
 #include <cstring>
@@ -18,12 +20,12 @@ CPen* PASCAL CPen::FromHandle(HPEN hPen)
 
 BOOL CPen::CreatePen(int nPenStyle, int nWidth, COLORREF crColor)
 {
-    return Attach(::CreatePen(nPenStyle, nWidth, crColor));
+    return AttachNew(*this, ::CreatePen(nPenStyle, nWidth, crColor), ::DeleteObject);
 }
 
 BOOL CPen::CreatePenIndirect(LPLOGPEN pLogPen)
 {
-    return Attach(::CreatePenIndirect(pLogPen));
+    return AttachNew(*this, ::CreatePenIndirect(pLogPen), ::DeleteObject);
 }
 
 int CPen::GetLogPen(LOGPEN* pLogPen) const
@@ -48,17 +50,17 @@ CBrush* PASCAL CBrush::FromHandle(HBRUSH hBrush)
 
 BOOL CBrush::CreateSolidBrush(COLORREF crColor)
 {
-    return Attach(::CreateSolidBrush(crColor));
+    return AttachNew(*this, ::CreateSolidBrush(crColor), ::DeleteObject);
 }
 
 BOOL CBrush::CreatePatternBrush(CBitmap* pBitmap)
 {
-    return Attach(::CreatePatternBrush(static_cast<HBITMAP>(pBitmap->GetSafeHandle())));
+    return AttachNew(*this, ::CreatePatternBrush(static_cast<HBITMAP>(pBitmap->GetSafeHandle())), ::DeleteObject);
 }
 
 BOOL CBrush::CreateDIBPatternBrush(const void* pPackedDIB, UINT nUsage)
 {
-    return Attach(::CreateDIBPatternBrushPt(pPackedDIB, nUsage));
+    return AttachNew(*this, ::CreateDIBPatternBrushPt(pPackedDIB, nUsage), ::DeleteObject);
 }
 
 BOOL CBrush::CreateSysColorBrush(int nIndex)
@@ -113,7 +115,7 @@ BOOL CBitmap::LoadBitmap(LPCTSTR pszResourceName)
     const HRSRC hResource = ::FindResourceW(hModule, pszResourceName, RT_BITMAP);
     const HGLOBAL hBitmap = hResource ? ::LoadResource(hModule, hResource) : NULL;
     if (!hBitmap || !IsBitmapSound(::LockResource(hBitmap), ::SizeofResource(hModule, hResource))) return FALSE;
-    return Attach(::LoadBitmapW(hModule, pszResourceName));
+    return AttachNew(*this, ::LoadBitmapW(hModule, pszResourceName), ::DeleteObject);
 }
 
 BOOL CBitmap::LoadBitmap(UINT nIDResource)
@@ -123,12 +125,12 @@ BOOL CBitmap::LoadBitmap(UINT nIDResource)
 
 BOOL CBitmap::CreateBitmap(int nWidth, int nHeight, UINT nPlanes, UINT nBitcount, const void* pBits)
 {
-    return Attach(::CreateBitmap(nWidth, nHeight, nPlanes, nBitcount, pBits));
+    return AttachNew(*this, ::CreateBitmap(nWidth, nHeight, nPlanes, nBitcount, pBits), ::DeleteObject);
 }
 
 BOOL CBitmap::CreateCompatibleBitmap(CDC* pDC, int nWidth, int nHeight)
 {
-    return Attach(::CreateCompatibleBitmap(pDC->GetSafeHdc(), nWidth, nHeight));
+    return AttachNew(*this, ::CreateCompatibleBitmap(pDC->GetSafeHdc(), nWidth, nHeight), ::DeleteObject);
 }
 
 int CBitmap::GetBitmap(BITMAP* pBitMap) const

@@ -1,3 +1,5 @@
+#include "attachnew.h"
+
 #include "afxwin.h"
 
 IMPLEMENT_DYNCREATE(CRgn, CGdiObject)
@@ -19,17 +21,17 @@ CRgn* PASCAL CRgn::FromHandle(HRGN hRgn)
 
 BOOL CRgn::CreateRectRgn(int x1, int y1, int x2, int y2)
 {
-    return Attach(::CreateRectRgn(x1, y1, x2, y2));
+    return AttachNew(*this, ::CreateRectRgn(x1, y1, x2, y2), ::DeleteObject);
 }
 
 BOOL CRgn::CreateRectRgnIndirect(LPCRECT pRect)
 {
-    return Attach(::CreateRectRgnIndirect(pRect));
+    return AttachNew(*this, ::CreateRectRgnIndirect(pRect), ::DeleteObject);
 }
 
 BOOL CRgn::CreateFromData(const XFORM* pXForm, int nCount, const RGNDATA* pRgnData)
 {
-    return Attach(::ExtCreateRegion(pXForm, nCount, pRgnData));
+    return AttachNew(*this, ::ExtCreateRegion(pXForm, nCount, pRgnData), ::DeleteObject);
 }
 
 int CRgn::CombineRgn(CRgn* pRgn1, CRgn* pRgn2, int nCombineMode)

@@ -1,3 +1,5 @@
+#include "attachnew.h"
+
 #include "afxwin.h"
 
 IMPLEMENT_DYNAMIC(CClientDC, CDC)
@@ -6,7 +8,7 @@ IMPLEMENT_DYNAMIC(CPaintDC, CDC)
 
 CClientDC::CClientDC(CWnd* pWnd) : m_hWnd(pWnd->GetSafeHwnd())
 {
-    if (!Attach(::GetDC(m_hWnd))) AfxThrowResourceException();
+    if (!AttachNew(*this, ::GetDC(m_hWnd), [=](HDC hDC) { ::ReleaseDC(m_hWnd, hDC); })) AfxThrowResourceException();
 }
 
 CClientDC::~CClientDC()
@@ -16,7 +18,8 @@ CClientDC::~CClientDC()
 
 CWindowDC::CWindowDC(CWnd* pWnd) : m_hWnd(pWnd->GetSafeHwnd())
 {
-    if (!Attach(::GetWindowDC(m_hWnd))) AfxThrowResourceException();
+    if (!AttachNew(*this, ::GetWindowDC(m_hWnd), [=](HDC hDC) { ::ReleaseDC(m_hWnd, hDC); }))
+        AfxThrowResourceException();
 }
 
 CWindowDC::~CWindowDC()
@@ -26,7 +29,8 @@ CWindowDC::~CWindowDC()
 
 CPaintDC::CPaintDC(CWnd* pWnd) : m_hWnd(pWnd->GetSafeHwnd())
 {
-    if (!Attach(::BeginPaint(m_hWnd, &m_ps))) AfxThrowResourceException();
+    if (!AttachNew(*this, ::BeginPaint(m_hWnd, &m_ps), [=](HDC) { ::EndPaint(m_hWnd, &m_ps); }))
+        AfxThrowResourceException();
 }
 
 CPaintDC::~CPaintDC()

@@ -1,3 +1,4 @@
+#include "attachnew.h"
 #include "threadstate.h"
 
 #include "afx_menu.h"
@@ -50,9 +51,20 @@ HMENU CMenu::GetSafeHmenu() const
     return this ? m_hMenu : NULL;
 }
 
+BOOL CMenu::CreateMenu()
+{
+    return AttachNew(*this, ::CreateMenu(), ::DestroyMenu);
+}
+
+BOOL CMenu::CreatePopupMenu()
+{
+    return AttachNew(*this, ::CreatePopupMenu(), ::DestroyMenu);
+}
+
 BOOL CMenu::LoadMenu(LPCTSTR pszResourceName)
 {
-    return Attach(::LoadMenuW(AfxFindResourceHandle(pszResourceName, RT_MENU), pszResourceName));
+    return AttachNew(*this, ::LoadMenuW(AfxFindResourceHandle(pszResourceName, RT_MENU), pszResourceName),
+                     ::DestroyMenu);
 }
 
 BOOL CMenu::DestroyMenu()

@@ -32,6 +32,7 @@ struct CWndAccess
 // One line to the debugger's output.
 void LogException(LPCTSTR pszWhere, LPCTSTR pszWhat);
 void LogException(LPCTSTR pszWhere, CException* e);
+void LogException(LPCTSTR pszWhere, const std::exception& e);
 // What a message whose handler failed results in.
 LRESULT ResultOfFailure(const MSG& message);
 // The first entry for a message (not a command) in the map or those of its bases; NULL if there is none.
@@ -47,7 +48,7 @@ template <class Action> bool Contained(LPCTSTR pszWhere, Action action)
         LogException(pszWhere, e);
         e->Delete();
     } catch (const std::exception& e) {
-        LogException(pszWhere, CString(e.what()));
+        LogException(pszWhere, e);
     } catch (...) {
         LogException(pszWhere, L"an exception of unknown type");
     }

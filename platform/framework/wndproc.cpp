@@ -3,6 +3,8 @@
 #include "afx_app.h"
 #include "afx_msg.h"
 
+#include <cstdio>
+
 LRESULT ResultOfFailure(const MSG& message)
 {
     // Or the system would ask for the same failing painting for ever.
@@ -16,11 +18,20 @@ void LogException(LPCTSTR pszWhere, CException* e)
     LogException(pszWhere, e->GetErrorMessage(szWhat, ARRAYSIZE(szWhat)) ? szWhat : L"a framework exception");
 }
 
+void LogException(LPCTSTR pszWhere, const std::exception& e)
+{
+    TCHAR szWhat[256] = L"";
+    ::MultiByteToWideChar(CP_ACP, 0, e.what(), -1, szWhat, ARRAYSIZE(szWhat) - 1);
+    LogException(pszWhere, szWhat);
+}
+
 void LogException(LPCTSTR pszWhere, LPCTSTR pszWhat)
 {
-    CString strLine;
-    strLine.Format(L"korvaneafx: %s: exception ended: %s\n", pszWhere, pszWhat);
-    ::OutputDebugStringW(strLine);
+    // Without a text of its own: memory may be what is out, and nothing may be thrown here.
+    TCHAR szLine[512];
+    ::_snwprintf(szLine, ARRAYSIZE(szLine), L"korvaneafx: %s: exception ended: %s\n", pszWhere, pszWhat);
+    szLine[ARRAYSIZE(szLine) - 1] = 0;
+    ::OutputDebugStringW(szLine);
 }
 
 LRESULT CWndAccess::Call(CWnd& wnd, UINT nMessage, WPARAM wParam, LPARAM lParam)

@@ -34,8 +34,8 @@ public:
     operator HMENU() const { return m_hMenu; }
 
     // REQUIRES: no menu yet. LoadMenu looks in the modules as AfxFindResourceHandle does.
-    BOOL CreateMenu() { return Attach(::CreateMenu()); }
-    BOOL CreatePopupMenu() { return Attach(::CreatePopupMenu()); }
+    BOOL CreateMenu();
+    BOOL CreatePopupMenu();
     BOOL LoadMenu(LPCTSTR pszResourceName);
     BOOL LoadMenu(UINT nIDResource) { return LoadMenu(MAKEINTRESOURCE(nIDResource)); }
     BOOL DestroyMenu();

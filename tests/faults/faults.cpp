@@ -1,6 +1,7 @@
 #include "faults.h"
 
 #include "base/errorutil.h"
+#include "base/split.h"
 #include "support/gdi_objects.h"
 #include "support/guard/guard.h"
 #include "support/handle_count.h"
@@ -16,15 +17,26 @@
 
 namespace {
 
-// The one that fails, counted down; below zero none does.
+// How many are to come before the one that fails; below zero none does.
 int g_nUntil = -1;
 int g_nCounted = 0;
+EFails g_fails = EFails::kOne;
 const char* g_pszFailed = nullptr;
 
 bool FailOne()
 {
     ++g_nCounted;
-    return g_nUntil >= 0 && g_nUntil-- == 0;
+    if (g_nUntil < 0) return false;
+    if (g_nUntil > 0) {
+        --g_nUntil;
+        return false;
+    }
+    if (g_fails == EFails::kTwo) {
+        g_fails = EFails::kOne;
+    } else if (g_fails == EFails::kOne) {
+        g_nUntil = -1;
+    }
+    return true;
 }
 
 // The record's code, which is taken out of it.
@@ -54,12 +66,13 @@ std::ostream& operator<<(std::ostream& stream, EOutcome outcome)
     return stream << kNames[static_cast<int>(outcome)];
 }
 
-EOutcome Attempt(const Operation& operation, int nFails, long* plCode)
+EOutcome Attempt(const Operation& operation, int nFails, long* plCode, EFails fails)
 {
     EOutcome outcome = EOutcome::kDone;
     long lCode = 0;
     g_nCounted = 0;
     g_nUntil = nFails;
+    g_fails = fails;
     guard::SetFail(&FailOne);
     try {
         lCode = operation();
@@ -75,6 +88,7 @@ EOutcome Attempt(const Operation& operation, int nFails, long* plCode)
     }
     guard::SetFail(nullptr);
     g_nUntil = -1;
+    g_fails = EFails::kOne;
     // Where there is no result to give, the record takes the failure.
     if (const long lRecord = TakeRecord(); lRecord < 0) {
         if (outcome == EOutcome::kDone) outcome = EOutcome::kRecord;
@@ -84,10 +98,25 @@ EOutcome Attempt(const Operation& operation, int nFails, long* plCode)
     return outcome;
 }
 
+// The C++ library throws out of a reserve when there is no memory for the exception itself. The lock of the reserve is
+// made when it is first needed, and without memory for that one too the library never comes back: it is made now, while
+// the allocation that fails and that of its exception are the only ones.
+static void MakeReserve()
+{
+    static bool bMade = false;
+    if (bMade) return;
+    bMade = true;
+    for (int i = 0; i < 10; ++i) {
+        Attempt([] { return Split(CString(L"a,b"), CString(L","), 0, -1).empty() ? -1L : 0L; }, i, nullptr,
+                EFails::kTwo);
+    }
+}
+
 void FailEachAllocation(const char* pszName, const Operation& operation, EAfterwards afterwards,
                         const OutcomeCheck& check)
 {
     SCOPED_TRACE(pszName);
+    MakeReserve();
     // What is made on first use is made now.
     for (int i = 0; i < 2; ++i) ASSERT_EQ(EOutcome::kDone, Attempt(operation, -1));
     const int nAllocations = g_nCounted;
@@ -96,19 +125,26 @@ void FailEachAllocation(const char* pszName, const Operation& operation, EAfterw
     for (int i = 0; i < nAllocations; ++i) Attempt(operation, i);
     int nReported = 0;
     const int nHandles = CountHandles(), nObjects = CountGdiObjects();
-    for (int i = 0; i < nAllocations; ++i) {
-        SCOPED_TRACE("allocation " + std::to_string(i) + " of " + std::to_string(nAllocations));
+    for (int i = 0; i < 2 * nAllocations; ++i) {
+        const EFails fails = i < nAllocations ? EFails::kOne : EFails::kRest;
+        const int nFails = i % nAllocations;
+        SCOPED_TRACE("allocation " + std::to_string(nFails) + " of " + std::to_string(nAllocations) +
+                     (fails == EFails::kOne ? "" : " and all behind it"));
         const ULONGLONG ullBefore = guard::LastBlock();
         long lCode = 0;
-        const EOutcome outcome = Attempt(operation, i, &lCode);
-        nReported += outcome != EOutcome::kDone;
-        if (check) check(outcome, lCode);
+        const EOutcome outcome = Attempt(operation, nFails, &lCode, fails);
+        if (fails == EFails::kOne) {
+            nReported += outcome != EOutcome::kDone;
+            if (check) check(outcome, lCode);
+        }
         const DWORD n = afterwards == EAfterwards::kNothingLeft ? guard::CountOurs(ullBefore) : 0;
         if (n) {
             ADD_FAILURE() << n << " blocks left behind";
             guard::TellOurs(ullBefore);
         }
-        EXPECT_EQ(EOutcome::kDone, Attempt(operation, -1)) << "it has not recovered";
+        if (fails == EFails::kOne || nFails == nAllocations - 1) {
+            EXPECT_EQ(EOutcome::kDone, Attempt(operation, -1)) << "it has not recovered";
+        }
     }
     if (afterwards == EAfterwards::kNothingLeft) {
         EXPECT_EQ(nHandles, CountHandles());

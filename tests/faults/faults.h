@@ -43,10 +43,19 @@ using Operation = std::function<long()>;
 // Looks at how the operation came back from an allocation's failure: the outcome, and the code or what the record has.
 using OutcomeCheck = std::function<void(EOutcome outcome, long lCode)>;
 
+// Which allocations fail: one, that one and the next, or that one and all behind it.
+enum class EFails
+{
+    kOne,
+    kTwo,
+    kRest
+};
+
 // Runs the operation with its allocation number `nFails` (from 0 on) failing: malloc, new, HeapAlloc and SysAllocString
 // alike, where a module of ours asks for the memory. Negative: none fails.
-EOutcome Attempt(const Operation& operation, int nFails, long* plCode = nullptr);
-// Lets each allocation of `operation` fail in turn. REQUIRES: the memory checker is on (CFaultTest).
+EOutcome Attempt(const Operation& operation, int nFails, long* plCode = nullptr, EFails fails = EFails::kOne);
+// Lets each allocation of `operation` fail in turn, for the check, and then each with all that follow it, for what must
+// hold whatever comes of it. REQUIRES: the memory checker is on (CFaultTest).
 void FailEachAllocation(const char* pszName, const Operation& operation,
                         EAfterwards afterwards = EAfterwards::kNothingLeft, const OutcomeCheck& check = nullptr);
 

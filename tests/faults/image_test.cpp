@@ -126,7 +126,7 @@ TEST_F(ImageFaultTest, TheDecoderSaysThatMemoryIsOut)
     {
         const wchar_t* pszPicture;
         int nDepth, nScale;
-    } kCases[] = {{L"photo.png", 24, 100}, {L"photo.png", 8, 100}, {L"photo.jpg", 2, 50},
+    } kCases[] = {{L"photo.png", 24, 100}, {L"photo.png", 4, 100}, {L"photo.jpg", 2, 50},
                   {L"small.png", 8, 100},  {L"photo.bmp", 1, 100}, {L"photo.jpg", 16, 33}};
     for (const auto& rCase : kCases) {
         FailEachAllocation(("decode to " + std::to_string(rCase.nDepth) + " bits").c_str(),
