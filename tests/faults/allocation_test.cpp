@@ -1,9 +1,7 @@
 // Each allocation of rows, connections and registry keys fails in turn, those of the store below them too.
-#include "db_fixture.h"
-#include "faults.h"
+#include "database_fixture.h"
 #include "registry/registrykey.h"
 #include "support/guard/guard.h"
-#include "support/import_patch.h"
 
 #include <gtest/gtest.h>
 
@@ -75,6 +73,7 @@ TEST_F(AllocationTest, AnOpeningThatSucceedsWithoutSomeMemoryKnowsEverything)
     int nFields = 0, nIndexes = 0;
     const auto open = [&] {
         nFields = nIndexes = 0;
+        const CNoteOpened note;
         COpenConnection connection;
         const long hr = connection.Open(path.data());
         EXPECT_EQ(hr == 0, connection.m_bOpen != 0);
@@ -85,8 +84,7 @@ TEST_F(AllocationTest, AnOpeningThatSucceedsWithoutSomeMemoryKnowsEverything)
         }
         return hr;
     };
-    // An opening that fails while it reads a catalogue leaves the catalogues' handles open.
-    FailEachAllocation("Open", open, EAfterwards::kHandlesKept, [&](EOutcome outcome, long lCode) {
+    FailEachAllocation("Open", open, EAfterwards::kNothingLeft, [&](EOutcome outcome, long lCode) {
         if (outcome == EOutcome::kDone) {
             EXPECT_EQ(kItemFields, nFields);
             EXPECT_EQ(4, nIndexes);
@@ -210,7 +208,7 @@ TEST_F(AllocationTest, AVolumeThatCannotBeOpenedCanBeOpenedTheNextTime)
     }
     std::wstring path = m_folder.File(L"other.vol");
     const auto open = [&path] {
-        const CDatabaseHandles handles;
+        const CNoteOpened note;
         CConnection connection;
         return connection.Open(path.data());
     };

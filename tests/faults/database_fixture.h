@@ -8,9 +8,43 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 // What a call of the store can fail for.
 inline constexpr DWORD kErrors[] = {ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, ERROR_KEY_DELETED, ERROR_SUCCESS};
+
+// An opening that fails while it reads a catalogue leaves the catalogues' handles open: they are noted, and closed in the
+// end.
+class CNoteOpened
+{
+public:
+    CNoteOpened() : m_patch(kLibrary, "CeOpenDatabaseEx@24", &Open)
+    {
+        s_pOriginal = reinterpret_cast<decltype(&Open)>(m_patch.Original());
+    }
+    ~CNoteOpened() { CloseAll(); }
+    CNoteOpened(const CNoteOpened&) = delete;
+    CNoteOpened& operator=(const CNoteOpened&) = delete;
+
+    static void CloseAll()
+    {
+        for (const HANDLE hDatabase : s_opened) ::CeCloseHandle(hDatabase);
+        s_opened.clear();
+    }
+
+private:
+    static HANDLE WINAPI Open(PCEGUID pguid, PCEOID poid, LPWSTR pszName, CEPROPID propid, DWORD dwFlags,
+                              CENOTIFYREQUEST* pRequest)
+    {
+        const HANDLE hDatabase = s_pOriginal(pguid, poid, pszName, propid, dwFlags, pRequest);
+        if (hDatabase != INVALID_HANDLE_VALUE) s_opened.push_back(hDatabase);
+        return hDatabase;
+    }
+
+    static inline std::vector<HANDLE> s_opened;
+    static inline decltype(&Open) s_pOriginal = nullptr;
+    const CImportPatch m_patch;
+};
 
 // All calls of the store that the library makes. With EWork::kDone what closes has closed when it says that it failed.
 class CFailingStore

@@ -7,7 +7,6 @@
 
 namespace {
 
-std::vector<HANDLE> g_opened; // by CeOpenDatabaseEx
 std::vector<std::wstring> g_boxes;
 
 int WINAPI AnswerBox(HWND, LPCWSTR pszText, LPCWSTR, UINT)
@@ -26,34 +25,6 @@ DWORD WINAPI NoText(DWORD, LPCVOID, DWORD, DWORD, LPWSTR, DWORD, va_list*)
 {
     return 0;
 }
-
-// Notes the handles that an opening which fails leaves open.
-class CNoteOpened
-{
-public:
-    CNoteOpened() : m_patch(kLibrary, "CeOpenDatabaseEx@24", &Open)
-    {
-        s_pOriginal = reinterpret_cast<decltype(&Open)>(m_patch.Original());
-    }
-
-    static void CloseAll()
-    {
-        for (const HANDLE hDatabase : g_opened) ::CeCloseHandle(hDatabase);
-        g_opened.clear();
-    }
-
-private:
-    static HANDLE WINAPI Open(PCEGUID pguid, PCEOID poid, LPWSTR pszName, CEPROPID propid, DWORD dwFlags,
-                              CENOTIFYREQUEST* pRequest)
-    {
-        const HANDLE hDatabase = s_pOriginal(pguid, poid, pszName, propid, dwFlags, pRequest);
-        if (hDatabase != INVALID_HANDLE_VALUE) g_opened.push_back(hDatabase);
-        return hDatabase;
-    }
-
-    static inline decltype(&Open) s_pOriginal = nullptr;
-    const CImportPatch m_patch;
-};
 
 } // namespace
 
