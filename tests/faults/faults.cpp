@@ -98,25 +98,30 @@ EOutcome Attempt(const Operation& operation, int nFails, long* plCode, EFails fa
     return outcome;
 }
 
+namespace {
+
 // The C++ library throws out of a reserve when there is no memory for the exception itself. The lock of the reserve is
-// made when it is first needed, and without memory for that one too the library never comes back: it is made now, while
-// the allocation that fails and that of its exception are the only ones.
-static void MakeReserve()
+// made when it is first needed, and without memory for that one too the library never comes back: it is made before the
+// tests, while the allocation that fails and that of its exception are the only ones.
+class CReserve : public testing::Environment
 {
-    static bool bMade = false;
-    if (bMade) return;
-    bMade = true;
-    for (int i = 0; i < 10; ++i) {
-        Attempt([] { return Split(CString(L"a,b"), CString(L","), 0, -1).empty() ? -1L : 0L; }, i, nullptr,
-                EFails::kTwo);
+protected:
+    void SetUp() override
+    {
+        guard::TurnOn(guard::EPlace::kBehind);
+        const auto split = [] { return Split(CString(L"a,b"), CString(L","), 0, -1).empty() ? -1L : 0L; };
+        for (int i = 0; i < 10; ++i) Attempt(split, i, nullptr, EFails::kTwo);
     }
-}
+};
+
+testing::Environment* const g_pReserve = testing::AddGlobalTestEnvironment(new CReserve);
+
+} // namespace
 
 void FailEachAllocation(const char* pszName, const Operation& operation, EAfterwards afterwards,
                         const OutcomeCheck& check)
 {
     SCOPED_TRACE(pszName);
-    MakeReserve();
     // What is made on first use is made now.
     for (int i = 0; i < 2; ++i) ASSERT_EQ(EOutcome::kDone, Attempt(operation, -1));
     const int nAllocations = g_nCounted;
