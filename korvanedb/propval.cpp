@@ -28,20 +28,22 @@ void SetDouble(VARIANT& target, VARTYPE type, double d)
 // record. Most times are whole seconds, and those are converted here, if the system agrees.
 
 constexpr DWORD kSecondsOfDay = 86400;
-constexpr ULONGLONG kSecond = 10000000; // of a FILETIME
-constexpr int kFirstDay = 109205;       // DATE 0, counted from FILETIME 0
-constexpr int kDays = 2958466;          // that there are from DATE 0 until the year 10000
+constexpr LONGLONG kSecond = 10000000; // of a FILETIME
+constexpr LONGLONG kDay = kSecondsOfDay * kSecond;
+constexpr int kFirstDay = 109205; // DATE 0, counted from FILETIME 0
+constexpr int kDays = 2958466;    // that there are from DATE 0 until the year 10000
 
 // What the system makes of a whole second from DATE 0 on. False: the time is none.
 bool DateOfSecond(const FILETIME& time, DATE& date)
 {
-    const ULONGLONG ullTime = static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
-    const ULONGLONG ullSeconds = ullTime / kSecond;
-    if (ullSeconds * kSecond != ullTime || ullSeconds >= static_cast<ULONGLONG>(kFirstDay + kDays) * kSecondsOfDay)
-        return false;
-    const int nDay = static_cast<int>(ullSeconds / kSecondsOfDay);
-    if (nDay < kFirstDay) return false;
-    const DWORD dwSecond = static_cast<DWORD>(ullSeconds - static_cast<ULONGLONG>(nDay) * kSecondsOfDay);
+    const LONGLONG llTime = static_cast<LONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+    if (llTime < kFirstDay * kDay || llTime >= (kFirstDay + kDays) * kDay) return false;
+    // By way of doubles, and put right: the device has no function for dividing such numbers.
+    int nDay = static_cast<int>(static_cast<double>(llTime) / kDay);
+    LONGLONG llRest = llTime - nDay * kDay;
+    if (llRest < 0) --nDay, llRest += kDay;
+    const DWORD dwSecond = static_cast<DWORD>(static_cast<double>(llRest) / kSecond);
+    if (dwSecond * kSecond != llRest) return false;
     // The system adds wider numbers up and rounds once.
     date = static_cast<DATE>(nDay - kFirstDay + dwSecond / static_cast<long double>(kSecondsOfDay));
     return true;
@@ -53,8 +55,8 @@ bool SecondOfDate(DATE date, FILETIME& time)
     if (!(date >= 0 && date < kDays)) return false;
     const int nDay = static_cast<int>(date);
     const DWORD dwSecond = static_cast<DWORD>((date - nDay) * kSecondsOfDay + 0.5);
-    const ULONGLONG ullTime = (static_cast<ULONGLONG>(kFirstDay + nDay) * kSecondsOfDay + dwSecond) * kSecond;
-    time = {static_cast<DWORD>(ullTime), static_cast<DWORD>(ullTime >> 32)};
+    const LONGLONG llTime = (kFirstDay + nDay) * kDay + dwSecond * kSecond;
+    time = {static_cast<DWORD>(llTime), static_cast<DWORD>(llTime >> 32)};
     DATE same;
     return DateOfSecond(time, same) && same == date;
 }
@@ -72,8 +74,8 @@ bool TryOut()
     DWORD dwRandom = 1;
     for (int i = 0; i < 100; ++i) {
         dwRandom = dwRandom * 1664525 + 1013904223;
-        const ULONGLONG ullTime = (12700000000ULL + dwRandom % 2000000000) * kSecond;
-        const FILETIME time = {static_cast<DWORD>(ullTime), static_cast<DWORD>(ullTime >> 32)};
+        const LONGLONG llTime = (12700000000LL + dwRandom % 2000000000) * kSecond;
+        const FILETIME time = {static_cast<DWORD>(llTime), static_cast<DWORD>(llTime >> 32)};
         FILETIME back = {}, backThere = {};
         UDATE dt = {};
         DATE here, there;
