@@ -1,6 +1,7 @@
 #include "korvanedb/connection.h"
 
 #include "base/errorutil.h"
+#include "korvanedb/rowshared.h"
 
 #include <algorithm>
 #include <iterator>
@@ -45,13 +46,19 @@ public:
     {
         for (int i = 0; i < nFields; ++i) m_propids[i] = fields[i].propid;
     }
-    // False: there is something the matter with the record, if only that it is larger than the buffer.
-    bool Read(HANDLE hDatabase, HANDLE hHeap)
+    enum EResult
+    {
+        kRead,
+        kTooLarge, // for the buffer
+        kFailed    // the last error tells why
+    };
+    EResult Read(HANDLE hDatabase, HANDLE hHeap)
     {
         WORD nProps = nFields;
         LPBYTE pBuffer = m_buffer;
         DWORD cb = sizeof m_buffer;
-        return ::CeReadRecordPropsEx(hDatabase, 0, &nProps, m_propids, &pBuffer, &cb, hHeap) != 0;
+        if (::CeReadRecordPropsEx(hDatabase, 0, &nProps, m_propids, &pBuffer, &cb, hHeap)) return kRead;
+        return cb > sizeof m_buffer ? kTooLarge : kFailed;
     }
 
     unsigned long Long(int nField) const { return Has(nField) ? Value(nField).val.ulVal : 0; }
@@ -99,8 +106,7 @@ private:
     CRow& m_row;
 };
 
-// Calls each() for every record of a catalogue. A record that is not read at once is read by a row, which takes larger
-// ones, too, and raises what there is to be raised; makeTable() makes the row's table.
+// Calls each() for every record of a catalogue. A record that is too large is read by a row, whose table makeTable() makes.
 template <int nFields, class MakeTable, class Each>
 long ForEachRecord(HANDLE hDatabase, HANDLE hHeap, const CCatalogueField (&fields)[nFields], MakeTable makeTable,
                    Each each)
@@ -109,7 +115,9 @@ long ForEachRecord(HANDLE hDatabase, HANDLE hHeap, const CCatalogueField (&field
     KORVANE_CHECK(0); // a parked error comes out before anything is read
     CEOID oid = ::CeSeekDatabase(hDatabase, CEDB_SEEK_BEGINNING, 0, nullptr);
     for (; oid; oid = ::CeSeekDatabase(hDatabase, CEDB_SEEK_CURRENT, 1, nullptr)) {
-        if (record.Read(hDatabase, hHeap)) {
+        const auto result = record.Read(hDatabase, hHeap);
+        if (result == record.kFailed) return RaiseReadFailure(::GetLastError());
+        if (result == record.kRead) {
             each(record);
             continue;
         }

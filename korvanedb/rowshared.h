@@ -33,6 +33,9 @@ struct CRowShared : CRefCntBase
     std::unique_ptr<_variant_t[]> values; // nFields values and the spare one behind them
 };
 
+// What reading a record raises for a code of the store.
+long RaiseReadFailure(DWORD dwError);
+
 } // namespace KorvaneDB
 
 #endif

@@ -44,6 +44,24 @@ void AppendText(BYTE*& pText, const _variant_t& value)
 
 } // namespace
 
+long RaiseReadFailure(DWORD dwError)
+{
+    static constexpr struct
+    {
+        DWORD dwError;
+        unsigned long ulLine;
+        const wchar_t* pszMessage;
+    } kFailures[] = {
+        {ERROR_INVALID_PARAMETER, 92, L"ERROR_INVALID_PARAMETER"},     {ERROR_NO_DATA, 94, L"ERROR_NO_DATA"},
+        {ERROR_INSUFFICIENT_BUFFER, 96, L"ERROR_INSUFFICIENT_BUFFER"}, {ERROR_KEY_DELETED, 98, L"ERROR_KEY_DELETED"},
+        {ERROR_NO_MORE_ITEMS, 100, L"ERROR_NO_MORE_ITEMS "},
+    };
+    for (const auto& failure : kFailures)
+        if (failure.dwError == dwError) KORVANE_RAISE(kSource, failure.ulLine, E_FAIL, failure.pszMessage);
+    KORVANE_RAISE(kSource, 102, E_FAIL, L"Call to function CeReadRecordPropsEx(...) failed");
+    return 0;
+}
+
 long CRow::ReadFromDB()
 {
     CRowShared& shared = *m_pShared;
@@ -58,23 +76,7 @@ long CRow::ReadFromDB()
         shared.cbBuffer = cbNew;
         read = ReadIntoBuffer(shared);
     }
-    if (!read.oid) {
-        static constexpr struct
-        {
-            DWORD dwError;
-            unsigned long ulLine;
-            const wchar_t* pszMessage;
-        } kFailures[] = {
-            {ERROR_INVALID_PARAMETER, 92, L"ERROR_INVALID_PARAMETER"},
-            {ERROR_NO_DATA, 94, L"ERROR_NO_DATA"},
-            {ERROR_INSUFFICIENT_BUFFER, 96, L"ERROR_INSUFFICIENT_BUFFER"},
-            {ERROR_KEY_DELETED, 98, L"ERROR_KEY_DELETED"},
-            {ERROR_NO_MORE_ITEMS, 100, L"ERROR_NO_MORE_ITEMS "},
-        };
-        for (const auto& failure : kFailures)
-            if (failure.dwError == read.dwError) KORVANE_RAISE(kSource, failure.ulLine, E_FAIL, failure.pszMessage);
-        KORVANE_RAISE(kSource, 102, E_FAIL, L"Call to function CeReadRecordPropsEx(...) failed");
-    }
+    if (!read.oid) return RaiseReadFailure(read.dwError);
 
     // The count of a table of more fields than a WORD counts is cut, and so is what came.
     const int nProps = read.nProps < shared.nFields ? read.nProps : shared.nFields;

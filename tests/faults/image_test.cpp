@@ -4,6 +4,7 @@
 #include "graphics/image.h"
 #include "image_ids.h"
 #include "image_support.h"
+#include "support/import_patch.h"
 #include "support/temp_folder.h"
 
 #include <imgdecmp.h>
@@ -17,6 +18,45 @@
 extern "C" HRESULT WINAPI WICCreateImagingFactory_Proxy(UINT sdkVersion, IWICImagingFactory** ppFactory);
 
 namespace {
+
+// The decoder asks once in its life who makes the component's factories, and keeps the answer. It is given this maker, so
+// that a factory can be refused at any time.
+class CFailingFactory
+{
+public:
+    CFailingFactory() { s_bWatched = true; }
+    ~CFailingFactory() { s_bWatched = false; }
+    CFailingFactory(const CFailingFactory&) = delete;
+    CFailingFactory& operator=(const CFailingFactory&) = delete;
+
+    class CAnswer : public testing::Environment
+    {
+    public:
+        void SetUp() override { m_patch.emplace(L"imgdecmp.dll", "GetProcAddress", &Find); }
+        void TearDown() override { m_patch.reset(); }
+
+    private:
+        std::optional<CImportPatch> m_patch;
+    };
+
+private:
+    static constexpr const char* kName = "WICCreateImagingFactory_Proxy";
+
+    static FARPROC WINAPI Find(HMODULE hModule, LPCSTR pszName)
+    {
+        if (std::strcmp(pszName, kName) == 0) return reinterpret_cast<FARPROC>(reinterpret_cast<INT_PTR>(&Make));
+        return ::GetProcAddress(hModule, pszName);
+    }
+    static HRESULT WINAPI Make(UINT uVersion, IWICImagingFactory** ppFactory)
+    {
+        if (s_bWatched && faults_detail::CountCall(kName)) return E_OUTOFMEMORY;
+        return ::WICCreateImagingFactory_Proxy(uVersion, ppFactory);
+    }
+
+    static inline bool s_bWatched = false;
+};
+
+testing::Environment* const g_pAnswer = testing::AddGlobalTestEnvironment(new CFailingFactory::CAnswer);
 
 constexpr long kNotLoaded = -1;
 constexpr long kNotFound = -2;
@@ -148,8 +188,7 @@ TEST_F(ImageFaultTest, AFailedCallLeavesThePictureUnloadedOrTheFileNotFound)
     const CFailing<&::GetObjectW> object(kLibrary, "GetObjectW", 0, ERROR_INVALID_HANDLE);
     const CFailing<&::CreateDIBSection> section(kDecoder, "CreateDIBSection", nullptr, ERROR_NOT_ENOUGH_MEMORY);
     const CFailing<&::CoInitializeEx> com(kDecoder, "CoInitializeEx", E_OUTOFMEMORY, 0);
-    const CFailing<&::WICCreateImagingFactory_Proxy> factory(kDecoder, "WICCreateImagingFactory_Proxy", E_OUTOFMEMORY,
-                                                             0);
+    const CFailingFactory factory;
     bool bRead = false; // whether a call has read anything
     const auto check = [&](const char* pszFunction, int, long lResult) {
         if (IsOneOf(pszFunction, {"CreateFileW"})) {
