@@ -245,7 +245,9 @@ bool CDatabaseHandle::SeekValue(CAccess& access, DWORD dwSeekType, CBytes sortKe
         while (bOn && onEntry() && !HasValues(access, entry, nProps)) bOn = m_cursor->Prev(access);
         break;
     }
-    return (bOn && Take()) || AtEnd();
+    if (!bOn || !Take()) return AtEnd();
+    FetchRecord();
+    return true;
 }
 
 DWORD CDatabaseHandle::CurrentIndex(CAccess& access)

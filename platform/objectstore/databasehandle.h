@@ -119,6 +119,7 @@ private:
     bool IsAtHand(const CVolumeState& state) const;
     bool AdvanceInPage(CVolumeState& state);
     void LookAhead(CVolumeState& state);
+    void FetchRecord();
     const void* LeafOf(const CVolumeState& state, CEOID oid) const;
     bool RecordAtHand(const CVolumeState& state, CBytes& record) const;
 
@@ -162,6 +163,7 @@ private:
     bool m_bByIncrement = false;          // got there by a read: should the record vanish, the next one takes its place
     CEOID m_oid = 0;                      // of the record, or of the one that was there
     CByteBuffer m_sortKey;                // likewise; empty in the order of creation
+    CEOID m_oidSteppedTo = 0;             // by the last quick step
     CLeafOf m_here, m_ahead, m_afterNext; // of a walk through an index: this record and the next two
 
     std::vector<CEPROPID> m_planned; // properties that the plans are for

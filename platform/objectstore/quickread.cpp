@@ -32,11 +32,11 @@ bool CDatabaseHandle::IsAtHand(const CVolumeState& state) const
 // Moves to the next entry of the same page.
 bool CDatabaseHandle::AdvanceInPage(CVolumeState& state)
 {
+    const bool bWalking = m_oid == m_oidSteppedTo;
     if (!m_cursor->NextInPage()) return false;
-    if (Take())
-        LookAhead(state);
-    else
-        AtEnd(); // the entry is of another table or order
+    if (!Take()) return AtEnd(), true; // the entry is another table's or order's
+    m_oidSteppedTo = m_oid;
+    if (bWalking) LookAhead(state);
     return true;
 }
 
@@ -58,6 +58,15 @@ void CDatabaseHandle::LookAhead(CVolumeState& state)
     m_afterNext.ullVersion = state.ullVersion;
     m_afterNext.pLeaf = LeafOf(state, m_afterNext.oid);
     if (m_afterNext.pLeaf) kv_fetch_leaf(m_afterNext.pLeaf);
+}
+
+// After a seek in an index the record is what is read next: its page is on its way while the caller comes back for it.
+void CDatabaseHandle::FetchRecord()
+{
+    const CVolumeState& state = m_volume->Engine().State();
+    if (state.bBatch || !state.bReadTxnLive || m_index.bOrder == 0) return;
+    m_here = {m_oid, LeafOf(state, m_oid), state.ullVersion};
+    if (m_here.pLeaf) kv_fetch_leaf(m_here.pLeaf);
 }
 
 const void* CDatabaseHandle::LeafOf(const CVolumeState& state, CEOID oid) const
