@@ -145,7 +145,7 @@ DWORD CVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr
 
 DWORD CVolumeState::Open(DWORD dwDisposition, bool bCreated)
 {
-    DWORD dwError = shared.Open(hFile);
+    DWORD dwError = shared.Open(hFile, strPath);
     if (dwError != ERROR_SUCCESS) return dwError;
     const COpening opening(*this);
     const bool bOthers = shared.OthersAreHere();
@@ -211,7 +211,7 @@ DWORD CVolumeState::Close()
 
 bool CVolume::IsOf(HANDLE hFile) const
 {
-    return m_pState->shared.IsOf(hFile);
+    return AreSameFile(hFile, m_pState->hFile);
 }
 
 void CVolume::SetMounted(bool bMounted)

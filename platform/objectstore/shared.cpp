@@ -30,10 +30,10 @@ CEGUID NewGuid()
 
 } // namespace
 
-DWORD CShared::Open(HANDLE hFile)
+DWORD CShared::Open(HANDLE hFile, const std::wstring& strPath)
 {
     CStation& station = CStation::Instance();
-    const DWORD dwError = station.Take(hFile, m_dwRow, m_view);
+    const DWORD dwError = station.Take(hFile, strPath, m_dwRow, m_view);
     m_pBlock = m_view.Get();
     return dwError;
 }
@@ -46,11 +46,6 @@ void CShared::LockOpening()
 void CShared::UnlockOpening()
 {
     CStation::Instance().LetGo(m_dwRow, *m_pBlock);
-}
-
-bool CShared::IsOf(HANDLE hFile) const
-{
-    return CStation::Instance().IsFileOf(hFile, m_dwRow);
 }
 
 bool CShared::OthersAreHere()

@@ -78,12 +78,10 @@ public:
     CShared& operator=(const CShared&) = delete;
 
     // Finds or makes the block of a file, and locks opening and closing, which one process does at a time.
-    DWORD Open(HANDLE hFile);
+    DWORD Open(HANDLE hFile, const std::wstring& strPath);
     void LockOpening();
     // When this process is not in the block any more, the file's handle is closed already.
     void UnlockOpening();
-    // Whether this is the block of the file.
-    bool IsOf(HANDLE hFile) const;
 
     // Forgets processes that are gone. True when another one is there.
     bool OthersAreHere();

@@ -13,7 +13,8 @@ namespace {
 
 constexpr DWORD kRows = 512;
 constexpr DWORD kNoRow = kRows;
-constexpr DWORD kFirstLockByte = 0x7FFFF000; // volumes end long before it
+constexpr DWORD kLockByte = 0x7FFFF000; // volumes end long before it
+constexpr DWORD kProofTries = 2000;
 constexpr DWORD kCollations = 8;
 constexpr size_t kTableBytes = 16384;
 
@@ -65,22 +66,7 @@ void Take(volatile COwner& word)
     for (DWORD dwTry = 0; !TryTake(word);) WaitABit(dwTry);
 }
 
-// ---- The files' locks ----------------------------------------------------------------------------------------------
-
-OVERLAPPED LockByte(DWORD dwRow)
-{
-    OVERLAPPED at = {};
-    at.Offset = kFirstLockByte + dwRow;
-    return at;
-}
-
-bool IsLocked(HANDLE hFile, DWORD dwRow)
-{
-    OVERLAPPED at = LockByte(dwRow);
-    if (!::LockFileEx(hFile, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &at)) return true;
-    ::UnlockFileEx(hFile, 0, 1, 0, &at);
-    return false;
-}
+// ---- Files ---------------------------------------------------------------------------------------------------------
 
 bool GetIndex(HANDLE hFile, LARGE_INTEGER& index)
 {
@@ -92,7 +78,31 @@ bool GetIndex(HANDLE hFile, LARGE_INTEGER& index)
     return true;
 }
 
+// Whether a lock that is taken through one handle is met through the other. None is kept: what has a lock on it is never
+// quite closed under Wine.
+bool HaveLocksInCommon(HANDLE hFile, HANDLE hOther)
+{
+    OVERLAPPED at = {};
+    at.Offset = kLockByte;
+    constexpr DWORD kHow = LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY;
+    for (DWORD dwTry = 0; !::LockFileEx(hFile, kHow, 0, 1, 0, &at);) {
+        if (dwTry == kProofTries) return false;
+        WaitABit(dwTry); // for another process that tries this
+    }
+    const bool bCommon = !::LockFileEx(hOther, kHow, 0, 1, 0, &at);
+    if (!bCommon) ::UnlockFileEx(hOther, 0, 1, 0, &at);
+    ::UnlockFileEx(hFile, 0, 1, 0, &at);
+    return bCommon;
+}
+
 } // namespace
+
+bool AreSameFile(HANDLE hFile, HANDLE hOther)
+{
+    LARGE_INTEGER index, other;
+    return GetIndex(hFile, index) && GetIndex(hOther, other) && index.QuadPart == other.QuadPart &&
+           HaveLocksInCommon(hFile, hOther);
+}
 
 struct CStation::CTable
 {
@@ -188,15 +198,19 @@ void CBlockView::Close()
 
 namespace {
 
-// Whether a living process has the row's volume open. Asked for rows whose index is wanted only, or when none is free.
+bool HasProcess(const CSharedBlock& block)
+{
+    for (const auto& process : block.rgProcesses)
+        if (process.dwProcess && IsRunning(process.dwProcess, process.ftStart)) return true;
+    return false;
+}
+
+// Whether a living process has the row's volume open. Asked only when no row is free.
 bool HasProcess(DWORD dwRow)
 {
     CBlockView view;
     if (view.Open(dwRow, false) == ERROR_FILE_NOT_FOUND) return false; // it went with the last process
-    if (!view.Get()) return true;                                      // it cannot be known
-    for (const auto& process : view.Get()->rgProcesses)
-        if (process.dwProcess && IsRunning(process.dwProcess, process.ftStart)) return true;
-    return false;
+    return !view.Get() || HasProcess(*view.Get());                     // it cannot be known, or it is
 }
 
 } // namespace
@@ -214,7 +228,25 @@ DWORD CStation::FindFree()
     return kNoRow;
 }
 
-DWORD CStation::Take(HANDLE hFile, DWORD& dwRow, CBlockView& view)
+// Whether the row, which nobody else is opening or closing, may be had for the file of its index: because it is the
+// file's, or nobody's any more.
+bool CStation::IsFor(DWORD dwRow, HANDLE hFile, const std::wstring& strPath)
+{
+    CBlockView view;
+    const DWORD dwError = view.Open(dwRow, false);
+    if (dwError != ERROR_SUCCESS) return dwError == ERROR_FILE_NOT_FOUND; // it went with the last process
+    // Who has a volume open keeps its file from being moved.
+    if (::lstrcmpiW(view.Get()->szPath, strPath.c_str()) == 0 || !HasProcess(*view.Get())) return true;
+    const HANDLE hOther =
+        ::CreateFileW(view.Get()->szPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                      OPEN_EXISTING, 0, nullptr);
+    if (hOther == INVALID_HANDLE_VALUE) return false;
+    const bool bSame = AreSameFile(hFile, hOther);
+    ::CloseHandle(hOther);
+    return bSame;
+}
+
+DWORD CStation::Take(HANDLE hFile, const std::wstring& strPath, DWORD& dwRow, CBlockView& view)
 {
     LARGE_INTEGER index;
     if (!GetIndex(hFile, index)) return ERROR_NOT_SUPPORTED;
@@ -226,12 +258,12 @@ DWORD CStation::Take(HANDLE hFile, DWORD& dwRow, CBlockView& view)
         for (DWORD i = 0; i < m_pTable->dwRows && dwFound == kNoRow && !bTaken; ++i) {
             CTable::CRow& row = m_pTable->rgRows[i];
             if (!row.bUsed || row.llIndex != index.QuadPart) continue;
-            if (IsLocked(hFile, i)) {
-                bTaken = !TryTake(row.opening);
-                if (!bTaken) dwFound = i;
-            } else if (IsFree(row.opening) && !HasProcess(i)) {
-                row.bUsed = 0; // left by one that died
-            }
+            bTaken = !TryTake(row.opening);
+            if (bTaken) break;
+            if (IsFor(i, hFile, strPath))
+                dwFound = i;
+            else
+                GiveBack(row.opening);
         }
         if (bTaken) continue;
         if (dwFound == kNoRow) {
@@ -242,13 +274,9 @@ DWORD CStation::Take(HANDLE hFile, DWORD& dwRow, CBlockView& view)
             ::InterlockedExchange64(&row.opening, OwnName());
             row.bUsed = 1;
         }
-        DWORD dwError = view.Open(dwFound, true);
-        OVERLAPPED at = LockByte(dwFound);
-        if (dwError == ERROR_SUCCESS && !::LockFileEx(hFile, LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &at))
-            dwError = ::GetLastError();
+        const DWORD dwError = view.Open(dwFound, true);
         if (dwError != ERROR_SUCCESS) {
             // A row that was new is left to be found out as empty.
-            view.Close();
             GiveBack(m_pTable->rgRows[dwFound].opening);
             return dwError;
         }
@@ -270,14 +298,6 @@ void CStation::LetGo(DWORD dwRow, const CSharedBlock& block)
     for (const auto& process : block.rgProcesses) bEmpty = bEmpty && !process.dwProcess;
     if (bEmpty) row.bUsed = 0;
     GiveBack(row.opening);
-}
-
-bool CStation::IsFileOf(HANDLE hFile, DWORD dwRow) const
-{
-    LARGE_INTEGER index;
-    if (!GetIndex(hFile, index) || index.QuadPart != m_pTable->rgRows[dwRow].llIndex) return false;
-    const CBan ban; // asking takes the lock for a moment, which nobody must mistake for an owner's
-    return IsLocked(hFile, dwRow);
 }
 
 DWORD CStation::Collation(LCID lcid)

@@ -4,10 +4,9 @@
 // own for their blocks. So a process that opens a volume mostly makes or opens one object. (Blocks for all rows in one
 // section would be simpler; but under Wine the first touch of a new section costs 150 us for each megabyte of it.)
 //
-// A volume's row is found by the file's index. That two files of different disks may have the same index is told apart
-// by a lock on one byte of the file far behind its end, the byte of the row's number: whoever has a volume open holds it,
-// and whoever meets a row with the index of his file asks whether it is taken in his file. That is right under whatever
-// name the file was reached, and costs one call where the disk's number costs ten.
+// A volume's row is found by the file's index and its path. The same index with another path is the same file under
+// another name, or one of another disk: the two are told apart by a lock that is tried on both, which costs a tenth of
+// asking for the disk's number.
 //
 // Words in the section that are taken by one process name it by its number and start, so that one that died is found
 // out.
@@ -32,6 +31,9 @@ inline bool IsSame(const CEGUID& left, const CEGUID& right)
 {
     return memcmp(&left, &right, sizeof left) == 0;
 }
+
+// Whether two handles, which can read or write, are of one file.
+bool AreSameFile(HANDLE hFile, HANDLE hOther);
 
 struct CMountRow
 {
@@ -64,16 +66,11 @@ public:
     static CStation& Instance();
 
     // The row of the file, a new one when nobody has it open, with the right to open and close its volume: one process
-    // at a time has that. Until LetGo, and for as long as the volume is open, the file's handle bears the lock of the
-    // row. ERROR_NOT_ENOUGH_MEMORY: all rows are taken.
-    DWORD Take(HANDLE hFile, DWORD& dwRow, CBlockView& view);
-    // The same right for one who has the volume open, and its end. A row that has no process is free then: the handle
-    // that bore its lock is closed before that.
+    // at a time has that, until LetGo. ERROR_NOT_ENOUGH_MEMORY: all rows are taken.
+    DWORD Take(HANDLE hFile, const std::wstring& strPath, DWORD& dwRow, CBlockView& view);
+    // The same right for one who has the volume open, and its end. A row that has no process is free then.
     void TakeAgain(DWORD dwRow);
     void LetGo(DWORD dwRow, const CSharedBlock& block);
-
-    // Whether the file is the one that this process has open under the row. The handle can read or write.
-    bool IsFileOf(HANDLE hFile, DWORD dwRow) const;
 
     // The volumes that any living process has mounted, each once, in the order of their rows.
     DWORD List(std::vector<CMountRow>& rows);
@@ -105,6 +102,7 @@ private:
     DWORD LockTable();
     void UnlockTable();
     DWORD FindFree();
+    bool IsFor(DWORD dwRow, HANDLE hFile, const std::wstring& strPath);
 
     SRWLOCK m_lock = SRWLOCK_INIT; // of opening the section
     CTable* m_pTable = nullptr;    // view of the section

@@ -93,6 +93,22 @@ TEST_F(StationTest, AnotherNameOfAFileIsTheSameVolumeWhateverItsIndex)
     EXPECT_WORKS(::CeUnmountDBVol(&other));
 }
 
+TEST_F(StationTest, AnOpenVolumeHasNoLockOnItsFile)
+{
+    // Wine keeps each closed handle of a file for as long as there is a lock on it: mounting again and again would use up
+    // what it has.
+    for (int i = 0; i < 3; ++i) {
+        CEGUID again = MountVolume(m_strPath, OPEN_EXISTING);
+        EXPECT_WORKS(::CeUnmountDBVol(&again));
+    }
+    const HANDLE hFile = ::CreateFileW(m_strPath.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                       OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(INVALID_HANDLE_VALUE, hFile);
+    OVERLAPPED start = {};
+    EXPECT_TRUE(::LockFileEx(hFile, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, MAXDWORD, 0, &start));
+    ::CloseHandle(hFile);
+}
+
 TEST_F(StationTest, ManyVolumesAtOnceAndAgainBehindAKilledProcess)
 {
     constexpr int kVolumes = 24;

@@ -86,10 +86,16 @@ protected:
         ::CloseHandle(hFile);
     }
 
+    std::string Record() const
+    {
+        return "round " + std::to_string(m_nRound) + ", line " + std::to_string(gErrLinenumber) + ", last error " +
+               std::to_string(::GetLastError());
+    }
+
     void Database()
     {
         CConnection connection;
-        ASSERT_EQ(0, connection.Open(m_volume.Path()));
+        ASSERT_EQ(0, connection.Open(m_volume.Path())) << Record();
         CSmartPtr<CRow> row, other;
         ASSERT_EQ(0, connection.OpenTable(L"Items", row));
         ASSERT_EQ(0, connection.OpenTable(L"Items", other));
@@ -202,7 +208,7 @@ protected:
     {
         CConnection connection;
         if (m_nRound % 2) {
-            ASSERT_EQ(0, connection.Open(m_volume.Path()));
+            ASSERT_EQ(0, connection.Open(m_volume.Path())) << Record();
         }
         ASSERT_NO_FATAL_FAILURE(Streams());
         ASSERT_NO_FATAL_FAILURE(Database());
