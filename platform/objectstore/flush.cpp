@@ -115,17 +115,20 @@ DWORD CVolumeState::Recover()
     DWORD dwError = shared->bInUseMarked ? ERROR_SUCCESS : MarkInUse();
     if (dwError == ERROR_SUCCESS) dwError = BeginReading();
     if (dwError != ERROR_SUCCESS) return dwError;
-    std::vector<BYTE> used(KV_PAGE_MAP_BYTES), freeMap(KV_PAGE_MAP_BYTES);
+    // As above: no exceptions.
+    const std::unique_ptr<BYTE[]> used(new (std::nothrow) BYTE[KV_PAGE_MAP_BYTES]());
+    const std::unique_ptr<BYTE[]> freeMap(new (std::nothrow) BYTE[KV_PAGE_MAP_BYTES]());
+    if (!used || !freeMap) return ERROR_NOT_ENOUGH_MEMORY;
     uint32_t dwPage = 0;
-    int rc = kv_list_used(pReadTxn, used.data(), &dwPage);
-    if (rc == MDB_SUCCESS) rc = kv_list_free(pReadTxn, freeMap.data());
+    int rc = kv_list_used(pReadTxn, used.get(), &dwPage);
+    if (rc == MDB_SUCCESS) rc = kv_list_free(pReadTxn, freeMap.get());
     if (rc != MDB_SUCCESS) return ToWin32(rc);
     kv_state committed;
     kv_committed(pEnv, &committed);
     shared.HoldNone();
     for (DWORD dw = KV_RESERVED_PAGES; dw <= committed.last_page; dw++) {
-        if (kv_bit(used.data(), dw) && kv_bit(freeMap.data(), dw)) return ERROR_FILE_CORRUPT;
-        if (!kv_bit(used.data(), dw) && !kv_bit(freeMap.data(), dw)) shared.Hold(dw);
+        if (kv_bit(used.get(), dw) && kv_bit(freeMap.get(), dw)) return ERROR_FILE_CORRUPT;
+        if (!kv_bit(used.get(), dw) && !kv_bit(freeMap.get(), dw)) shared.Hold(dw);
     }
     kv_forbid_reuse(pEnv, 1);
     shared->flushed.txnid = 0; // whatever it was: this state is to be flushed

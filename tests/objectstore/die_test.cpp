@@ -1,6 +1,8 @@
 // A process that dies inside the store, with the writer's place taken: at each of the system's calls that a change makes.
 // The others go on as if it had never begun, or had ended well; nobody waits for it.
+#include "agent.h"
 #include "child.h"
+#include "no_memory.h"
 #include "support.h"
 #include "support/import_patch.h"
 
@@ -119,5 +121,30 @@ TEST_P(DieTest, TheOthersGoOn)
 }
 
 INSTANTIATE_TEST_SUITE_P(Changes, DieTest, testing::Values(L"write", L"grow", L"flush", L"batch"));
+
+class DeadVolumeTest : public VolumeTest
+{
+};
+
+TEST_F(DeadVolumeTest, WithoutMemoryForARecoveryAChangeFailsAndNobodyWaitsForIt)
+{
+    const CEOID oidDatabase = MakeDatabase(m_guid, L"dying", {Order({{kNumber}})});
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    CAgent agent(m_strPath);
+    agent.Do("mount 3");
+    agent.Do("open dying");
+    EXPECT_NE(0u, agent.DoForOid("write 0 7"));
+    agent.Kill();
+    m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+    const CDb db = OpenDb(m_guid, oidDatabase, kNumber);
+    {
+        const CNoMemory noMemory;
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, Write(db, 0, CProps().I4(1, 8)));
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeFlushDBVol(&m_guid));
+    }
+    EXPECT_WORKS(Write(db, 0, CProps().I4(1, 8)));
+    EXPECT_EQ(2u, CountRecords(m_guid, oidDatabase));
+    EXPECT_EQ("", CheckVolume(m_guid));
+}
 
 } // namespace
