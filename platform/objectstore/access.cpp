@@ -204,11 +204,13 @@ bool CTreeCursor::Move(CAccess& access, int op, CBytes key)
     }
     MDB_cursor* pCursor = static_cast<MDB_cursor*>(m_pCursor);
     if (!pCursor) {
+        if (bWrite) state.writeCursors.push_back(&m_pCursor); // first: where memory is out there is no cursor either
         rc = mdb_cursor_open(pTxn, kMainTree, &pCursor);
         if (rc == MDB_SUCCESS) {
             m_pCursor = pCursor;
             m_bOnWriteTxn = bWrite;
-            if (bWrite) state.writeCursors.push_back(&m_pCursor);
+        } else if (bWrite) {
+            state.writeCursors.pop_back();
         }
     } else if (!bWrite && m_ullVersion != state.ullVersion) {
         rc = mdb_cursor_renew(pTxn, pCursor);

@@ -1,5 +1,6 @@
 // Batches: many calls, one transaction.
 #include "agent.h"
+#include "no_memory.h"
 
 namespace {
 
@@ -213,6 +214,18 @@ TEST_F(BatchTest, AFailingCallInABatchChangesNothing)
     EXPECT_EQ("1:I4=2 2:TEXT=(3)two", ReadOid(db, two).strContent);
     EXPECT_EQ(2u, CountRecords(m_guid, oidUnique));
     EXPECT_EQ("", CheckVolume(m_guid));
+}
+
+TEST_F(BatchTest, ASeekInABatchForWhichThereIsNoMemoryLeavesNothingBehind)
+{
+    const CEOID oid = Write(m_db, 0, CProps().I4(1, 1));
+    EXPECT_WORKS(::CeBeginBatch(&m_guid));
+    {
+        const CNoMemory noMemory;
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeSeekDatabase(m_db, CEDB_SEEK_BEGINNING, 0, nullptr));
+    }
+    EXPECT_WORKS(::CeCommitBatch(&m_guid));
+    EXPECT_EQ(oid, ::CeSeekDatabase(m_db, CEDB_SEEK_BEGINNING, 0, nullptr));
 }
 
 TEST_F(BatchTest, AKilledProcessLeavesNothingOfItsBatch)
