@@ -131,6 +131,11 @@ public:
     size_t Size() const { return m_cb; }
     CBytes Bytes() const { return {m_p, m_cb}; }
 
+    // Room for cb bytes in all: as many can then be put in without an exception.
+    void Reserve(size_t cb)
+    {
+        if (m_cbRoom < cb) Grow(cb - m_cb);
+    }
     // Room for cb more bytes behind the last one; Commit says how many of them were filled.
     BYTE* Room(size_t cb)
     {
@@ -148,8 +153,10 @@ public:
         CopyBytes(Room(bytes.cb), bytes.p, bytes.cb);
         m_cb += bytes.cb;
     }
+    // Where there is no memory for them, the old bytes stay.
     void Assign(CBytes bytes)
     {
+        Reserve(bytes.cb);
         Clear();
         Append(bytes);
     }

@@ -51,16 +51,19 @@ bool CDatabaseHandle::IsInOrder(CBytes key) const
            key.p[5] == m_index.bOrder;
 }
 
-// The cursor's entry becomes the pointer's, if it is one of the order.
+// The cursor's entry becomes the pointer's, if it is one of the order. Where there is no memory for its key, the pointer
+// stays where it was, without the cursor.
 bool CDatabaseHandle::Take()
 {
     const CBytes key = m_cursor->Key();
+    m_bCursorThere = false;
     if (!IsInOrder(key)) return false;
     if (m_index.bOrder == 0) {
         m_oid = GetBig32(key.p + 5);
     } else {
         CIndexEntry entry;
         entry.Read(m_index, key, m_cursor->Value());
+        m_sortKey.Reserve(entry.head.cb + entry.rest.cb);
         m_oid = entry.oidRecord;
         m_sortKey.Clear();
         entry.AppendSortKey(m_sortKey);
@@ -168,6 +171,7 @@ bool CDatabaseHandle::SeekOid(CAccess& access, CEOID oid)
 bool CDatabaseHandle::SeekFromStart(CAccess& access, DWORD n)
 {
     const DWORD nCount = m_pDatabase->nRecords;
+    m_bCursorThere = false;
     if (n >= nCount) return AtEnd();
     if (n > nCount / 2) return SeekFromEnd(access, nCount - 1 - n) || AtEnd();
     if (!SeekFirst(access)) return AtEnd();
@@ -192,6 +196,7 @@ bool CDatabaseHandle::Step(CAccess& access, long n)
 {
     bool bOn = Restore(access);
     if (n == 0) return bOn;
+    m_bCursorThere = false; // it leaves before it is known whether the pointer does
     if (n > 0) {
         if (m_place == kAtEnd) return false;
         if (m_place == kOnRecord)
@@ -201,7 +206,6 @@ bool CDatabaseHandle::Step(CAccess& access, long n)
         while (bOn && IsInOrder(m_cursor->Key()) && --n > 0) bOn = m_cursor->Next(access);
         return (bOn && Take()) || AtEnd();
     }
-    m_bCursorThere = false; // it leaves before it is known whether the pointer does
     if (m_place == kAtEnd)
         bOn = SeekLast(access);
     else if (m_place == kOnRecord)
@@ -227,6 +231,7 @@ bool CDatabaseHandle::HasValues(CAccess& access, const CIndexEntry& entry, WORD 
 bool CDatabaseHandle::SeekValue(CAccess& access, DWORD dwSeekType, CBytes sortKey, WORD nProps)
 {
     CIndexEntry entry;
+    if (dwSeekType != CEDB_SEEK_VALUENEXTEQUAL) m_bCursorThere = false;
     const auto onEntry = [&] { return entry.Read(m_index, m_cursor->Key(), m_cursor->Value()); };
     bool bOn;
     switch (dwSeekType) {
@@ -281,13 +286,23 @@ void CDatabaseHandle::Advance(CAccess& access)
     if (Step(access, 1)) m_bByIncrement = true;
 }
 
+// The change that this follows is made, and must not fail any more. Without memory the old key stays: that of a record is
+// found again when it turns out to be another one, and the gap of a deleted one is where it was last seen.
+void CDatabaseHandle::RememberKey(CBytes sortKey)
+{
+    try {
+        m_sortKey.Assign(sortKey);
+    } catch (const std::bad_alloc&) {
+    }
+}
+
 void CDatabaseHandle::PlaceOn(CEOID oid, CBytes sortKey)
 {
     m_place = kOnRecord;
     m_oid = oid;
     m_bByIncrement = false;
     m_bCursorThere = false;
-    m_sortKey.Assign(sortKey);
+    RememberKey(sortKey);
 }
 
 void CDatabaseHandle::NoteDeleted(CEOID oid, CBytes sortKey)
@@ -296,7 +311,7 @@ void CDatabaseHandle::NoteDeleted(CEOID oid, CBytes sortKey)
     m_place = kInGap;
     m_bByIncrement = IsAutoIncrement();
     m_bCursorThere = false;
-    m_sortKey.Assign(sortKey);
+    RememberKey(sortKey);
 }
 
 // ---- Plans ---------------------------------------------------------------------------------------------------------

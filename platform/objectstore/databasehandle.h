@@ -95,6 +95,7 @@ private:
     bool IsFresh() const { return m_ullEpoch == m_volume->Epoch() && m_pDatabase->ullEpoch == m_ullEpoch; }
     DWORD Refresh(CAccess& access);
     bool IsInOrder(CBytes key) const;
+    void RememberKey(CBytes sortKey);
     bool Take();
     bool Restore(CAccess& access);
     bool FindAgain(CAccess& access);

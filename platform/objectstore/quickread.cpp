@@ -34,7 +34,11 @@ bool CDatabaseHandle::AdvanceInPage(CVolumeState& state)
 {
     const bool bWalking = m_oid == m_oidSteppedTo;
     if (!m_cursor->NextInPage()) return false;
-    if (!Take()) return AtEnd(), true; // the entry is another table's or order's
+    try {
+        if (!Take()) return AtEnd(), true; // the entry is another table's or order's
+    } catch (const std::bad_alloc&) {
+        return false; // the long way will tell
+    }
     m_oidSteppedTo = m_oid;
     if (bWalking) LookAhead(state);
     return true;

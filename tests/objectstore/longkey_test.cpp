@@ -1,4 +1,5 @@
 // Sort keys beyond what the map's keys hold: they are cut there, and still order, seek and change in full.
+#include "no_memory.h"
 #include "support.h"
 
 #include <algorithm>
@@ -100,6 +101,61 @@ TEST_F(LongKeyTest, APointerHoldsWhenTheNumbersAreGivenAnew)
     ASSERT_WORKS(::CeDeleteRecord(m_db, oidLast));
     EXPECT_EQ(written.back(), ::CeSeekDatabase(other, CEDB_SEEK_CURRENT, static_cast<DWORD>(-1), nullptr));
     EXPECT_EQ(oidFirst, ::CeSeekDatabase(other, CEDB_SEEK_CURRENT, static_cast<DWORD>(-80), nullptr));
+}
+
+TEST_F(LongKeyTest, AStepForWhichThereIsNoMemoryIsNotMade)
+{
+    const CEOID oidFirst = Write(m_db, 0, CProps().Text(2, L"a"));
+    const CEOID oidSecond = Write(m_db, 0, CProps().Text(2, Long(1)));
+    const CEOID oidThird = Write(m_db, 0, CProps().Text(2, Long(2)));
+    const CDb other = OpenDb(m_guid, m_oidDatabase, kName);
+    ASSERT_EQ(oidFirst, ::CeSeekDatabase(other, CEDB_SEEK_BEGINNING, 0, nullptr));
+    const CProps sought = std::move(CProps().Text(2, Long(0)));
+    {
+        const CNoRoom noRoom;
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeSeekDatabase(other, CEDB_SEEK_CURRENT, 1, nullptr));
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeSeekDatabase(other, CEDB_SEEK_CURRENT, 1, nullptr));
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeSeekDatabase(other, CEDB_SEEK_BEGINNING, 1, nullptr));
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeSeekDatabase(other, CEDB_SEEK_END, 0, nullptr));
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY,
+                     ::CeSeekDatabase(other, CEDB_SEEK_VALUEGREATER, sought.Address(), nullptr));
+        EXPECT_EQ(oidFirst, Read(other).oid);
+    }
+    EXPECT_EQ(oidSecond, ::CeSeekDatabase(other, CEDB_SEEK_CURRENT, 1, nullptr));
+    EXPECT_EQ(oidThird, ::CeSeekDatabase(other, CEDB_SEEK_CURRENT, 1, nullptr));
+}
+
+TEST_F(LongKeyTest, AReadThatAdvancesBeyondWhatThereIsMemoryForStaysWhereItIs)
+{
+    const CEOID oidFirst = Write(m_db, 0, CProps().I4(1, 1).Text(2, L"a"));
+    const CEOID oidSecond = Write(m_db, 0, CProps().I4(1, 2).Text(2, Long(1)));
+    const CDb other = OpenDb(m_guid, m_oidDatabase, kName, CEDB_AUTOINCREMENT);
+    ASSERT_EQ(oidFirst, Read(other, {Prop(1, CEVT_I4)}).oid);
+    ASSERT_EQ(oidFirst, ::CeSeekDatabase(other, CEDB_SEEK_BEGINNING, 0, nullptr));
+    const CDb fresh = OpenDb(m_guid, m_oidDatabase, kName, CEDB_AUTOINCREMENT);
+    {
+        const CNoRoom noRoom;
+        EXPECT_EQ(0u, Read(fresh, {Prop(1, CEVT_I4)}).oid);
+        EXPECT_EQ(0u, Read(fresh, {Prop(1, CEVT_I4)}).oid);
+    }
+    EXPECT_EQ(oidFirst, Read(fresh, {Prop(1, CEVT_I4)}).oid);
+    EXPECT_EQ(oidSecond, Read(fresh, {Prop(1, CEVT_I4)}).oid);
+}
+
+TEST_F(LongKeyTest, AChangeThatIsMadeIsNotCalledAFailureForWantOfMemory)
+{
+    ASSERT_WORKS(Write(m_db, 0, CProps().Text(2, Long(1))));
+    ASSERT_WORKS(Write(m_db, 0, CProps().Text(2, L"a")));
+    const CDb other = OpenDb(m_guid, m_oidDatabase, kName);
+    CEOID oid;
+    {
+        const CNoRoom noRoom;
+        oid = Write(other, 0, CProps().Text(2, Long(2)));
+        EXPECT_WORKS(oid);
+    }
+    EXPECT_EQ(oid, Read(other).oid);
+    EXPECT_EQ(0u, ::CeSeekDatabase(other, CEDB_SEEK_CURRENT, 1, nullptr)) << "it is the last";
+    EXPECT_EQ(3u, CountRecords(m_guid, m_oidDatabase));
 }
 
 } // namespace
