@@ -28,7 +28,7 @@ HANDLE HandleOf(DWORD nSlot, LONG nGeneration)
 
 } // namespace
 
-void CPin::Wait(CHandleSlot& slot)
+void WaitForSlot(CHandleSlot& slot)
 {
     for (DWORD dwTry = 1; ::InterlockedCompareExchange(&slot.bInUse, 1, 0) != 0; ++dwTry) {
         if (dwTry % 64 != 0)
@@ -78,10 +78,12 @@ bool CloseStoreHandle(HANDLE h)
     }
     ::ReleaseSRWLockExclusive(&g_lock);
     if (!bOpen) return false;
-    // No call can begin on the handle any more. Those that have begun are short.
-    while (::InterlockedCompareExchange(&pSlot->bInUse, 0, 0) != 0) ::Sleep(0);
+    // No call can begin on the handle any more. Those that have begun are short, even one on a number that was never
+    // given out and happens to be the slot's next.
+    if (::InterlockedCompareExchange(&pSlot->bInUse, 1, 0) != 0) WaitForSlot(*pSlot);
     const std::unique_ptr<CHandleObject> pObject(pSlot->pObject);
     pSlot->pObject = nullptr;
+    __atomic_store_n(&pSlot->bInUse, 0, __ATOMIC_RELEASE);
     ::AcquireSRWLockExclusive(&g_lock);
     pSlot->nNextFree = g_nFirstFree;
     g_nFirstFree = (reinterpret_cast<DWORD>(h) >> 1 & 0xFFFF) + 1;

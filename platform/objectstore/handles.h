@@ -65,6 +65,9 @@ inline CHandleSlot* SlotOf(HANDLE h, LONG& nGeneration)
     return pChunk ? pChunk + nSlot % kSlotsInChunk : nullptr;
 }
 
+// Until the slot is this call's.
+void WaitForSlot(CHandleSlot& slot);
+
 // The object behind a handle for the length of a call, which other calls on the handle wait for.
 class CPin
 {
@@ -74,7 +77,7 @@ public:
         LONG nGeneration;
         CHandleSlot* const pSlot = SlotOf(h, nGeneration);
         if (!pSlot) return;
-        if (::InterlockedCompareExchange(&pSlot->bInUse, 1, 0) != 0) Wait(*pSlot);
+        if (::InterlockedCompareExchange(&pSlot->bInUse, 1, 0) != 0) WaitForSlot(*pSlot);
         m_pSlot = pSlot;
         // A slot that is closed has no object; one that is open now cannot be closed while it is in use.
         if (pSlot->nGeneration == nGeneration && pSlot->pObject && pSlot->pObject->Kind() == kind)
@@ -89,7 +92,6 @@ public:
     CHandleObject* Get() const { return m_pObject; } // null: no open handle of this kind
 
 private:
-    static void Wait(CHandleSlot& slot); // until the slot is this call's
     CHandleSlot* m_pSlot = nullptr;
     CHandleObject* m_pObject = nullptr;
 };
