@@ -99,13 +99,18 @@ DWORD CVolumeState::OpenEnvironment()
         // A name is asked for, but nothing is opened by it.
         rc = mdb_env_open(pEnv, "volume", MDB_NOSUBDIR | MDB_WRITEMAP | MDB_NOSYNC | MDB_NOLOCK | MDB_NOTLS, 0);
     }
-    if (rc == MDB_SUCCESS) rc = mdb_txn_begin(pEnv, nullptr, MDB_RDONLY, &pReadTxn);
-    if (rc == MDB_SUCCESS) rc = mdb_set_compare(pReadTxn, kMainTree, kv_compare_keys);
-    if (rc == MDB_SUCCESS) {
+    if (rc != MDB_SUCCESS) return ToWin32(rc);
+    // Other processes write all the while, and may have let the file grow beyond the map.
+    shared.Lock();
+    const DWORD dwError = kv_map_is_short(pEnv) ? MapWholeFile() : ERROR_SUCCESS;
+    if (dwError == ERROR_SUCCESS) rc = mdb_txn_begin(pEnv, nullptr, MDB_RDONLY, &pReadTxn);
+    if (dwError == ERROR_SUCCESS && rc == MDB_SUCCESS) {
+        rc = mdb_set_compare(pReadTxn, kMainTree, kv_compare_keys);
         bReadTxnLive = true;
         dwSeenTxn = kv_committed_txnid(pEnv);
     }
-    return ToWin32(rc);
+    shared.Unlock();
+    return dwError != ERROR_SUCCESS ? dwError : ToWin32(rc);
 }
 
 CVolume::CVolume() : m_pState(std::make_unique<CVolumeState>()) {}

@@ -1,7 +1,10 @@
 // Two processes on one volume.
 #include "agent.h"
+#include "support/import_patch.h"
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -75,6 +78,29 @@ TEST_F(ProcessTest, TheFileGrowsUnderBoth)
     }
     EXPECT_EQ("check ", m_pAgent->Do("check"));
     EXPECT_EQ(220u, CountRecords(m_guid, m_oidDatabase));
+}
+
+std::function<void()> g_whenMapped;
+
+LPVOID WINAPI MapThen(HANDLE hMapping, DWORD dwAccess, DWORD dwHigh, DWORD dwLow, SIZE_T cb, LPVOID pAt)
+{
+    const LPVOID p = ::MapViewOfFileEx(hMapping, dwAccess, dwHigh, dwLow, cb, pAt);
+    if (const auto then = std::exchange(g_whenMapped, nullptr)) then();
+    return p;
+}
+
+TEST_F(ProcessTest, TheFileGrowsWhileAnotherOpensIt)
+{
+    m_db.Close();
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    {
+        const CImportPatch patch(L"korvanestore.dll", "MapViewOfFileEx", &MapThen);
+        g_whenMapped = [&] { m_pAgent->Do("grow 100"); };
+        m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+        EXPECT_FALSE(g_whenMapped);
+    }
+    EXPECT_EQ(100u, CountRecords(m_guid, m_oidDatabase));
+    EXPECT_EQ("", CheckVolume(m_guid));
 }
 
 TEST_F(ProcessTest, TwoProcessesLetTheFileGrowAtOnce)
