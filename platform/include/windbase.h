@@ -298,9 +298,10 @@ static_assert(sizeof(CENOTIFYREQUEST) == 20 && sizeof(CENOTIFICATION) == 36);
 // a path mounted twice, under whatever spelling, has one GUID, which other processes that mount it get as well.
 // On failure *pceguid is the invalid GUID. Errors: ERROR_INVALID_PARAMETER (null or overlong path, unknown flags),
 // ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED (a directory, no permission), ERROR_SHARING_VIOLATION (CREATE_ALWAYS or
-// TRUNCATE_EXISTING on a mounted volume), ERROR_DISK_FULL, ERROR_NOT_ENOUGH_MEMORY, ERROR_FILE_CORRUPT (the file is
-// no volume, empty or damaged), ERROR_REVISION_MISMATCH (a volume of another version). A refused file is left as it
-// was; only one that was being replaced or emptied when the disk failed is no volume afterwards.
+// TRUNCATE_EXISTING on a mounted volume, or the file may be one that is mounted under another name, but the system does
+// not tell), ERROR_DISK_FULL, ERROR_NOT_ENOUGH_MEMORY, ERROR_FILE_CORRUPT (the file is no volume, empty or damaged),
+// ERROR_REVISION_MISMATCH (a volume of another version). A refused file is left as it was; only one that was being
+// replaced or emptied when the disk failed is no volume afterwards.
 KORVANESTORE_API BOOL WINAPI CeMountDBVol(PCEGUID pceguid, LPWSTR lpszDBVol, DWORD dwFlags);
 
 // Takes back one mount of this process. The last one flushes the volume, gives an open batch up and lets the name go;

@@ -216,7 +216,8 @@ DWORD CVolumeState::Close()
 
 bool CVolume::IsOf(HANDLE hFile) const
 {
-    return AreSameFile(hFile, m_pState->hFile);
+    bool bSame;
+    return AreSameFile(hFile, m_pState->hFile, bSame) == ERROR_SUCCESS && bSame;
 }
 
 void CVolume::SetMounted(bool bMounted)

@@ -4,7 +4,7 @@
 // The map is one LMDB tree, compared as bytes (memcmp, shorter first). docs/volume-format.md has the file's layout,
 // docs/database.md the reasoning behind locks, flushes and recovery.
 //
-// Ownership  a process has at most one CVolume for a file (LMDB must never be opened twice on one); the mount table
+// Ownership  a process has at most one CVolume for a file (LMDB must never be opened twice on one); mounts.h
 //            sees to that. Pointers into the map are good until the access object that gave them ends, or writes.
 // Threads    an access object takes the volume for itself: other threads and processes wait, so accesses are short and
 //            never nested on one volume.
@@ -44,7 +44,7 @@ public:
     CVolume(const CVolume&) = delete;
     CVolume& operator=(const CVolume&) = delete;
 
-    // Whether it is the volume of a file, under whatever path that was reached. The handle can read or write.
+    // Whether it is known to be the volume of a file, under whatever path that was reached. The handle can read or write.
     bool IsOf(HANDLE hFile) const;
     const std::wstring& Path() const; // full path, as first opened
     // Whether this process shows the volume among those that it has mounted (CStation::List).

@@ -19,12 +19,12 @@ inline const FILETIME& OwnStart()
     return s_ftStart;
 }
 
-// Whether the process of this number is running that started then; of its start the lower half will do. One that may not
-// be looked at counts as running.
+// Whether the process of this number is running that started then; of its start the lower half will do. One that cannot
+// be looked at, for whatever reason but that there is none of that number, counts as running.
 inline bool IsRunning(DWORD dwProcess, DWORD dwStart)
 {
     const HANDLE hProcess = ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, dwProcess);
-    if (!hProcess) return ::GetLastError() == ERROR_ACCESS_DENIED;
+    if (!hProcess) return ::GetLastError() != ERROR_INVALID_PARAMETER;
     const bool bRunning =
         StartOf(hProcess).dwLowDateTime == dwStart && ::WaitForSingleObject(hProcess, 0) == WAIT_TIMEOUT;
     ::CloseHandle(hProcess);

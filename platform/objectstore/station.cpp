@@ -13,8 +13,6 @@ namespace {
 
 constexpr DWORD kRows = 512;
 constexpr DWORD kNoRow = kRows;
-constexpr DWORD kLockByte = 0x7FFFF000; // volumes end long before it
-constexpr DWORD kProofTries = 2000;
 constexpr DWORD kCollations = 8;
 constexpr size_t kTableBytes = 16384;
 
@@ -68,40 +66,47 @@ void Take(volatile COwner& word)
 
 // ---- Files ---------------------------------------------------------------------------------------------------------
 
-bool GetIndex(HANDLE hFile, LARGE_INTEGER& index)
+DWORD GetIndex(HANDLE hFile, LARGE_INTEGER& index)
 {
     // The system's own call: what GetFileInformationByHandle adds to it, Wine asks of another process.
     FILE_INTERNAL_INFORMATION info;
     IO_STATUS_BLOCK status;
-    if (::NtQueryInformationFile(hFile, &status, &info, sizeof info, FileInternalInformation) < 0) return false;
+    if (::NtQueryInformationFile(hFile, &status, &info, sizeof info, FileInternalInformation) < 0)
+        return ERROR_NOT_SUPPORTED;
     index = info.IndexNumber;
-    return true;
+    return ERROR_SUCCESS;
 }
 
 // Whether a lock that is taken through one handle is met through the other. None is kept: what has a lock on it is never
-// quite closed under Wine.
-bool HaveLocksInCommon(HANDLE hFile, HANDLE hOther)
+// quite closed under Wine. The byte is this thread's own, so that nobody else's trial is taken for this one's; volumes
+// end long before it.
+DWORD HaveLocksInCommon(HANDLE hFile, HANDLE hOther, bool& bCommon)
 {
     OVERLAPPED at = {};
-    at.Offset = kLockByte;
+    at.Offset = ::GetCurrentThreadId();
+    at.OffsetHigh = 1;
     constexpr DWORD kHow = LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY;
-    for (DWORD dwTry = 0; !::LockFileEx(hFile, kHow, 0, 1, 0, &at);) {
-        if (dwTry == kProofTries) return false;
-        WaitABit(dwTry); // for another process that tries this
-    }
-    const bool bCommon = !::LockFileEx(hOther, kHow, 0, 1, 0, &at);
-    if (!bCommon) ::UnlockFileEx(hOther, 0, 1, 0, &at);
+    if (!::LockFileEx(hFile, kHow, 0, 1, 0, &at)) return ::GetLastError();
+    DWORD dwError = ERROR_SUCCESS;
+    bCommon = !::LockFileEx(hOther, kHow, 0, 1, 0, &at);
+    if (bCommon)
+        dwError = ::GetLastError() == ERROR_LOCK_VIOLATION ? ERROR_SUCCESS : ::GetLastError();
+    else
+        ::UnlockFileEx(hOther, 0, 1, 0, &at);
     ::UnlockFileEx(hFile, 0, 1, 0, &at);
-    return bCommon;
+    return dwError;
 }
 
 } // namespace
 
-bool AreSameFile(HANDLE hFile, HANDLE hOther)
+DWORD AreSameFile(HANDLE hFile, HANDLE hOther, bool& bSame)
 {
+    bSame = false;
     LARGE_INTEGER index, other;
-    return GetIndex(hFile, index) && GetIndex(hOther, other) && index.QuadPart == other.QuadPart &&
-           HaveLocksInCommon(hFile, hOther);
+    DWORD dwError = GetIndex(hFile, index);
+    if (dwError == ERROR_SUCCESS) dwError = GetIndex(hOther, other);
+    if (dwError != ERROR_SUCCESS || index.QuadPart != other.QuadPart) return dwError;
+    return HaveLocksInCommon(hFile, hOther, bSame);
 }
 
 struct CStation::CTable
@@ -116,7 +121,7 @@ struct CStation::CTable
     volatile COwner lock; // of the rows; held for short
     DWORD dwRows;         // that have ever been used
     DWORD dwReserved;
-    struct
+    volatile struct
     {
         LONG bKnown;
         LCID lcid;
@@ -229,27 +234,31 @@ DWORD CStation::FindFree()
 }
 
 // Whether the row, which nobody else is opening or closing, may be had for the file of its index: because it is the
-// file's, or nobody's any more.
-bool CStation::IsFor(DWORD dwRow, HANDLE hFile, const std::wstring& strPath)
+// file's, or nobody's any more. An error says that it cannot be known: then the file gets no row at all, for two would
+// be the end of it.
+DWORD CStation::IsFor(DWORD dwRow, HANDLE hFile, const std::wstring& strPath, bool& bIs)
 {
     CBlockView view;
     const DWORD dwError = view.Open(dwRow, false);
-    if (dwError != ERROR_SUCCESS) return dwError == ERROR_FILE_NOT_FOUND; // it went with the last process
+    bIs = dwError == ERROR_FILE_NOT_FOUND; // it went with the last process
+    if (dwError != ERROR_SUCCESS) return bIs ? ERROR_SUCCESS : dwError;
     // Who has a volume open keeps its file from being moved.
-    if (::lstrcmpiW(view.Get()->szPath, strPath.c_str()) == 0 || !HasProcess(*view.Get())) return true;
+    bIs = ::lstrcmpiW(view.Get()->szPath, strPath.c_str()) == 0 || !HasProcess(*view.Get());
+    if (bIs) return ERROR_SUCCESS;
     const HANDLE hOther =
         ::CreateFileW(view.Get()->szPath, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                       OPEN_EXISTING, 0, nullptr);
-    if (hOther == INVALID_HANDLE_VALUE) return false;
-    const bool bSame = AreSameFile(hFile, hOther);
+    if (hOther == INVALID_HANDLE_VALUE) return ERROR_SHARING_VIOLATION;
+    const bool bKnown = AreSameFile(hFile, hOther, bIs) == ERROR_SUCCESS;
     ::CloseHandle(hOther);
-    return bSame;
+    return bKnown ? ERROR_SUCCESS : ERROR_SHARING_VIOLATION;
 }
 
 DWORD CStation::Take(HANDLE hFile, const std::wstring& strPath, DWORD& dwRow, CBlockView& view)
 {
     LARGE_INTEGER index;
-    if (!GetIndex(hFile, index)) return ERROR_NOT_SUPPORTED;
+    const DWORD dwIndexError = GetIndex(hFile, index);
+    if (dwIndexError != ERROR_SUCCESS) return dwIndexError;
     for (DWORD dwTry = 0;; WaitABit(dwTry)) {
         const CBan ban;
         if (ban.Error() != ERROR_SUCCESS) return ban.Error();
@@ -260,10 +269,13 @@ DWORD CStation::Take(HANDLE hFile, const std::wstring& strPath, DWORD& dwRow, CB
             if (!row.bUsed || row.llIndex != index.QuadPart) continue;
             bTaken = !TryTake(row.opening);
             if (bTaken) break;
-            if (IsFor(i, hFile, strPath))
+            bool bIs;
+            const DWORD dwError = IsFor(i, hFile, strPath, bIs);
+            if (dwError == ERROR_SUCCESS && bIs)
                 dwFound = i;
             else
                 GiveBack(row.opening);
+            if (dwError != ERROR_SUCCESS) return dwError;
         }
         if (bTaken) continue;
         if (dwFound == kNoRow) {
@@ -288,6 +300,11 @@ DWORD CStation::Take(HANDLE hFile, const std::wstring& strPath, DWORD& dwRow, CB
 void CStation::TakeAgain(DWORD dwRow)
 {
     store::Take(m_pTable->rgRows[dwRow].opening);
+}
+
+bool CStation::TryTakeAgain(DWORD dwRow)
+{
+    return TryTake(m_pTable->rgRows[dwRow].opening);
 }
 
 void CStation::LetGo(DWORD dwRow, const CSharedBlock& block)

@@ -6,7 +6,7 @@
 //
 // A volume's row is found by the file's index and its path. The same index with another path is the same file under
 // another name, or one of another disk: the two are told apart by a lock that is tried on both, which costs a tenth of
-// asking for the disk's number.
+// asking for the disk's number. Nothing is locked for longer than that.
 //
 // Words in the section that are taken by one process name it by its number and start, so that one that died is found
 // out.
@@ -32,8 +32,8 @@ inline bool IsSame(const CEGUID& left, const CEGUID& right)
     return memcmp(&left, &right, sizeof left) == 0;
 }
 
-// Whether two handles, which can read or write, are of one file.
-bool AreSameFile(HANDLE hFile, HANDLE hOther);
+// Whether two handles, which can read or write, are of one file. An error says that it cannot be known.
+DWORD AreSameFile(HANDLE hFile, HANDLE hOther, bool& bSame);
 
 struct CMountRow
 {
@@ -66,10 +66,12 @@ public:
     static CStation& Instance();
 
     // The row of the file, a new one when nobody has it open, with the right to open and close its volume: one process
-    // at a time has that, until LetGo. ERROR_NOT_ENOUGH_MEMORY: all rows are taken.
+    // at a time has that, until LetGo. ERROR_NOT_ENOUGH_MEMORY: all rows are taken. Other errors: it cannot be known
+    // whether somebody has it open.
     DWORD Take(HANDLE hFile, const std::wstring& strPath, DWORD& dwRow, CBlockView& view);
     // The same right for one who has the volume open, and its end. A row that has no process is free then.
     void TakeAgain(DWORD dwRow);
+    bool TryTakeAgain(DWORD dwRow); // false: another process, or thread, has it
     void LetGo(DWORD dwRow, const CSharedBlock& block);
 
     // The volumes that any living process has mounted, each once, in the order of their rows.
@@ -102,7 +104,7 @@ private:
     DWORD LockTable();
     void UnlockTable();
     DWORD FindFree();
-    bool IsFor(DWORD dwRow, HANDLE hFile, const std::wstring& strPath);
+    DWORD IsFor(DWORD dwRow, HANDLE hFile, const std::wstring& strPath, bool& bIs);
 
     SRWLOCK m_lock = SRWLOCK_INIT; // of opening the section
     CTable* m_pTable = nullptr;    // view of the section

@@ -1,4 +1,5 @@
-// How processes find each other at a volume: files that look alike, many volumes, and rows that a killed process left.
+// How processes find each other at a volume: files that look alike or cannot be looked at, many volumes, and rows that a
+// killed process left.
 #include "agent.h"
 #include "support/import_patch.h"
 
@@ -91,6 +92,46 @@ TEST_F(StationTest, AnotherNameOfAFileIsTheSameVolumeWhateverItsIndex)
     EXPECT_EQ(RenderGuid(m_guid), agent.Do("mount 3"));
     EXPECT_EQ("1", agent.Do("unmount"));
     EXPECT_WORKS(::CeUnmountDBVol(&other));
+}
+
+BOOL WINAPI RefuseLock(HANDLE, DWORD, DWORD, DWORD, DWORD, LPOVERLAPPED)
+{
+    ::SetLastError(ERROR_NOT_SUPPORTED);
+    return FALSE;
+}
+
+std::wstring g_strRefused;
+
+HANDLE WINAPI RefuseFile(LPCWSTR pszPath, DWORD dwAccess, DWORD dwShare, LPSECURITY_ATTRIBUTES pSecurity, DWORD dwHow,
+                         DWORD dwFlags, HANDLE hTemplate)
+{
+    if (g_strRefused != pszPath) return ::CreateFileW(pszPath, dwAccess, dwShare, pSecurity, dwHow, dwFlags, hTemplate);
+    ::SetLastError(ERROR_TOO_MANY_OPEN_FILES);
+    return INVALID_HANDLE_VALUE;
+}
+
+TEST_F(StationTest, AFileThatMayBeOneThatIsOpenUnderAnotherNameIsRefused)
+{
+    // As a second volume it would be the end of both.
+    const std::wstring strLink = m_folder.File(L"link.vol");
+    ASSERT_TRUE(::CreateHardLinkW(strLink.c_str(), m_strPath.c_str(), nullptr));
+    CEGUID guid;
+    {
+        const CImportPatch patch(L"korvanestore.dll", "LockFileEx", &RefuseLock);
+        EXPECT_FAILS(ERROR_SHARING_VIOLATION,
+                     ::CeMountDBVol(&guid, const_cast<LPWSTR>(strLink.c_str()), OPEN_EXISTING));
+    }
+    CAgent agent(m_strPath);
+    EXPECT_EQ(RenderGuid(m_guid), agent.Do("mount 3"));
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    {
+        g_strRefused = m_strPath;
+        const CImportPatch patch(L"korvanestore.dll", "CreateFileW", &RefuseFile);
+        EXPECT_FAILS(ERROR_SHARING_VIOLATION,
+                     ::CeMountDBVol(&guid, const_cast<LPWSTR>(strLink.c_str()), OPEN_EXISTING));
+    }
+    m_guid = MountVolume(strLink, OPEN_EXISTING);
+    EXPECT_EQ(RenderGuid(m_guid), agent.Do("mount 3"));
 }
 
 TEST_F(StationTest, AnOpenVolumeHasNoLockOnItsFile)
