@@ -347,19 +347,15 @@ void CVolume::NoteDatabaseClosed(CEOID oidDatabase)
 bool CVolume::IsDatabaseOpen(const CAccess&, CEOID oidDatabase)
 {
     CShared& shared = m_pState->shared;
-    // Dead processes are looked for only when their word would matter: finding out asks the system.
-    for (int nPass = 0; nPass < 2; nPass++) {
-        bool bOpen = false;
-        for (DWORD i = 0; i < shared->dwOpenDatabases; i++) {
-            const auto& open = shared->rgOpenDatabases[i];
-            if (!open.oid || (oidDatabase && open.oid != oidDatabase)) continue;
-            if (open.wSlot == static_cast<WORD>(shared.Owner() - 1)) return true;
-            bOpen = true;
-        }
-        if (!bOpen) return false;
-        if (nPass == 0) shared.OthersAreHere();
+    LONG lGone = 0; // a process that died: finding out asks the system
+    for (DWORD i = 0; i < shared->dwOpenDatabases; i++) {
+        const auto& open = shared->rgOpenDatabases[i];
+        const LONG lOwner = open.wSlot + 1;
+        if (!open.oid || (oidDatabase && open.oid != oidDatabase) || lOwner == lGone) continue;
+        if (!shared.IsGone(lOwner)) return true;
+        lGone = lOwner;
     }
-    return true;
+    return false;
 }
 
 // ---- Who is told of changes ----------------------------------------------------------------------------------------

@@ -35,16 +35,19 @@ DWORD CShared::Open(HANDLE hFile, const std::wstring& strPath)
     CStation& station = CStation::Instance();
     const DWORD dwError = station.Take(hFile, strPath, m_dwRow, m_view);
     m_pBlock = m_view.Get();
+    m_bOpening = dwError == ERROR_SUCCESS;
     return dwError;
 }
 
 void CShared::LockOpening()
 {
     CStation::Instance().TakeAgain(m_dwRow);
+    m_bOpening = true;
 }
 
 void CShared::UnlockOpening()
 {
+    m_bOpening = false;
     CStation::Instance().LetGo(m_dwRow, *m_pBlock);
 }
 
@@ -69,6 +72,14 @@ bool CShared::OthersAreHere()
     return bOthers;
 }
 
+void CShared::ForgetTheDead()
+{
+    CStation& station = CStation::Instance();
+    if (!station.TryTakeAgain(m_dwRow)) return;
+    OthersAreHere();
+    station.LetGo(m_dwRow, *m_pBlock);
+}
+
 void CShared::Reset(const CVolumeHeader& header, const std::wstring& strPath)
 {
     // All but what these numbers say to be empty.
@@ -86,13 +97,16 @@ void CShared::Reset(const CVolumeHeader& header, const std::wstring& strPath)
 
 void CShared::Hold(DWORD dwPage)
 {
-    if (m_pBlock->cbHeld <= dwPage / 8) m_pBlock->cbHeld = dwPage / 8 + 1; // first: a process may die in between
+    // First, in the machine's code as well: a process may die in between.
+    if (m_pBlock->cbHeld <= dwPage / 8) m_pBlock->cbHeld = dwPage / 8 + 1;
+    __atomic_signal_fence(__ATOMIC_SEQ_CST);
     kv_set_bit(m_pBlock->rgHeld, dwPage);
 }
 
 void CShared::HoldNone()
 {
     std::memset(m_pBlock->rgHeld, 0, m_pBlock->cbHeld);
+    __atomic_signal_fence(__ATOMIC_SEQ_CST); // last, likewise
     m_pBlock->cbHeld = 0;
 }
 
@@ -146,6 +160,22 @@ void CShared::TakeOver(LONG lDead)
     }
 }
 
+// Ends as TakeOver does, but with the lock for this process. False: the holder is alive, or somebody else sees to it.
+bool CShared::TakeLockOver(LONG lDead)
+{
+    CStation& station = CStation::Instance();
+    if (!m_bOpening && !station.TryTakeAgain(m_dwRow)) return false;
+    // Until here its slot may have been cleared, and taken by a process that has the lock now.
+    const bool bTaken = IsGone(lDead) && ::InterlockedCompareExchange(&m_pBlock->lLock, m_lOwner, lDead) == lDead;
+    if (bTaken) {
+        ::InterlockedCompareExchange(&m_pBlock->lBatch, 0, lDead);
+        if (m_pBlock->bChanging) m_pBlock->bNeedsRecovery = 1;
+        m_pBlock->bChanging = 0;
+    }
+    if (!m_bOpening) station.LetGo(m_dwRow, *m_pBlock);
+    return bTaken;
+}
+
 void CShared::LockSlowly()
 {
     for (DWORD dwTry = 1;; dwTry++) {
@@ -157,14 +187,7 @@ void CShared::LockSlowly()
             ::SwitchToThread();
         } else {
             ::Sleep(1);
-            if (IsGone(lHolder)) {
-                // Of several waiters one takes over: the one that gets the dead one's lock for itself.
-                if (::InterlockedCompareExchange(&m_pBlock->lLock, m_lOwner, lHolder) != lHolder) continue;
-                ::InterlockedCompareExchange(&m_pBlock->lBatch, 0, lHolder);
-                if (m_pBlock->bChanging) m_pBlock->bNeedsRecovery = 1;
-                m_pBlock->bChanging = 0;
-                return;
-            }
+            if (IsGone(lHolder) && TakeLockOver(lHolder)) return;
         }
     }
 }
@@ -249,7 +272,7 @@ void CShared::Publish(const std::vector<CChangeNote>& notes)
             m_pBlock->rgNotes[m_pBlock->dwNotes++ % kChangeNotes] = notes[nDone++];
         WakeWatching();
         if (nDone == notes.size()) break;
-        OthersAreHere(); // one that died is not waited for
+        ForgetTheDead(); // one that died is not waited for
         Unlock();
         ::Sleep(1);
         Lock();

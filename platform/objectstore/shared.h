@@ -4,7 +4,9 @@
 // counts for nothing. Everything in it can be found anew from the file.
 //
 // Ownership  CShared has, from Enter to Leave, a slot in the block.
-// Threads    Enter and Leave are called between LockOpening and UnlockOpening, all else under the lock.
+// Threads    Enter, Leave and OthersAreHere are called between LockOpening and UnlockOpening, all else under the lock.
+//            What a dead process had is cleared away by one who has the right to open and close, and by nobody else:
+//            its slot may be another process's the moment after.
 #ifndef KORVANESTORE_SHARED_H
 #define KORVANESTORE_SHARED_H
 
@@ -36,12 +38,12 @@ struct CChangeNote
 
 struct CSharedBlock
 {
-    volatile LONG lLock;     // slot + 1 of the process inside a call, 0: nobody
-    volatile LONG lBatch;    // slot + 1 of the process with an open batch, 0: none
-    volatile LONG bChanging; // the process inside a call is changing the volume
-    LONG bNeedsRecovery;     // one died while it did: held pages are unknown until a recovery
-    LONG bInUseMarked;       // the header on the disk says "in use"
-    DWORD dwSequence;        // the header's
+    volatile LONG lLock;          // slot + 1 of the process inside a call, 0: nobody
+    volatile LONG lBatch;         // slot + 1 of the process with an open batch, 0: none
+    volatile LONG bChanging;      // the process inside a call is changing the volume
+    volatile LONG bNeedsRecovery; // one died while it did: held pages are unknown until a recovery
+    LONG bInUseMarked;            // the header on the disk says "in use"
+    DWORD dwSequence;             // the header's
     DWORD dwCommitsSinceFlush;
     CEGUID guid;
     kv_state flushed;       // the last flushed state
@@ -85,6 +87,8 @@ public:
 
     // Forgets processes that are gone. True when another one is there.
     bool OthersAreHere();
+    // Under the lock, for one who is not opening or closing: forgets them, unless somebody else is.
+    void ForgetTheDead();
     // The first process: fills the block from the volume's header.
     void Reset(const CVolumeHeader& header, const std::wstring& strPath);
     // Pages are held, and no page is any longer. The maps are for the largest volume there can be: only as much of them
@@ -104,6 +108,7 @@ public:
     // Waits, inside the lock, until no other process has a batch open.
     void WaitForBatch();
     LONG Owner() const { return m_lOwner; }
+    bool IsGone(LONG lOwner) const; // whether another one's process, slot + 1, has died
 
     // Under the lock: this process has one handle more, or less, that is to be told of changes.
     void AddWatch();
@@ -120,15 +125,16 @@ public:
 private:
     void LockSlowly();
     void TakeOver(LONG lDead);
+    bool TakeLockOver(LONG lDead);
     void ForgetWatches(DWORD nSlot);
     DWORD NotesThatFit() const;
     void WakeWatching();
-    bool IsGone(LONG lOwner) const;
 
     DWORD m_dwRow = 0; // of the station
     CBlockView m_view;
     CSharedBlock* m_pBlock = nullptr; // the view's
     LONG m_lOwner = 0;                // slot + 1, 0 outside
+    bool m_bOpening = false;          // between LockOpening and UnlockOpening, when one thread alone uses this
 };
 
 // The event that wakes a process because of changes. Empty: it cannot be had. The caller closes it.

@@ -2,7 +2,8 @@
 // processes. Included by the engine's own sources only.
 //
 // Ownership  CVolume owns it; environment, transactions and cursors are the state's.
-// Threads    everything is used under the lock of `shared`, opening and closing under its open mutex as well.
+// Threads    everything is used under the lock of `shared`, opening and closing between its LockOpening and
+//            UnlockOpening as well.
 // Errors     Win32 codes; ToWin32 is the one place where LMDB's codes become such.
 #ifndef KORVANESTORE_VOLUMESTATE_H
 #define KORVANESTORE_VOLUMESTATE_H
