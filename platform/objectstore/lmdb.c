@@ -529,7 +529,7 @@ void kv_fetch_record(const void* leaf, const uint8_t key[KV_RECORD_KEY_BYTES])
     const MDB_page* const page = leaf;
     const MDB_node* const bottom = NODEPTR(page, 0);
     uint32_t above;
-    if (!is_sibling(bottom, key)) return;
+    if (!NUMKEYS(page) || !is_sibling(bottom, key)) return; /* a damaged volume can lead to a page without entries */
     above = record_number(key) - record_number(NODEKEY(bottom));
     if (above < NUMKEYS(page)) {
         const char* const node = (const char*)NODEPTR(page, above);
