@@ -151,14 +151,19 @@ DWORD DataSize(const CField& field);
 // Describes a caller's text, which is at psz with its terminator. False when it has more than cchMax characters.
 bool MeasureText(const wchar_t* psz, DWORD cchMax, CField& field);
 
-// Writes a text's characters, wide, and its terminator.
+// Writes a text's characters, wide, and its terminator, in the next multiple of four bytes: whoever reads the text in
+// such pieces would have to wait for a last one that was written in two.
 inline void ExpandText(wchar_t* pTo, const CField& field)
 {
-    pTo[field.cch] = 0;
-    if (field.form == CField::kNarrow)
+    DWORD dwLast = 0;
+    if (field.form == CField::kNarrow) {
         WidenBytes(pTo, field.p, field.cch);
-    else
+        if (field.cch & 1) dwLast = field.p[field.cch - 1];
+    } else {
         CopyBytes(reinterpret_cast<BYTE*>(pTo), field.p, field.cch * sizeof(wchar_t));
+        if (field.cch & 1) dwLast = Load<WORD>(field.p + (field.cch - 1) * sizeof(wchar_t));
+    }
+    Store(pTo + (field.cch & ~1u), dwLast);
 }
 
 } // namespace store
