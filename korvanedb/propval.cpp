@@ -28,24 +28,27 @@ void SetDouble(VARIANT& target, VARTYPE type, double d)
 // record. Most times are whole seconds, and those are converted here, if the system agrees.
 
 constexpr DWORD kSecondsOfDay = 86400;
-constexpr LONGLONG kSecond = 10000000; // of a FILETIME
-constexpr LONGLONG kDay = kSecondsOfDay * kSecond;
+constexpr ULONGLONG kSecond = 10000000; // of a FILETIME
+constexpr ULONGLONG kDay = kSecondsOfDay * kSecond;
 constexpr int kFirstDay = 109205; // DATE 0, counted from FILETIME 0
 constexpr int kDays = 2958466;    // that there are from DATE 0 until the year 10000
 
 // What the system makes of a whole second from DATE 0 on. False: the time is none.
 bool DateOfSecond(const FILETIME& time, DATE& date)
 {
-    const LONGLONG llTime = static_cast<LONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
-    if (llTime < kFirstDay * kDay || llTime >= (kFirstDay + kDays) * kDay) return false;
-    // By way of doubles, and put right: the device has no function for dividing such numbers.
-    int nDay = static_cast<int>(static_cast<double>(llTime) / kDay);
-    LONGLONG llRest = llTime - nDay * kDay;
-    if (llRest < 0) --nDay, llRest += kDay;
-    const DWORD dwSecond = static_cast<DWORD>(static_cast<double>(llRest) / kSecond);
-    if (dwSecond * kSecond != llRest) return false;
-    // The system adds wider numbers up and rounds once.
-    date = static_cast<DATE>(nDay - kFirstDay + dwSecond / static_cast<long double>(kSecondsOfDay));
+    // Without dividing, which takes long, and for which the device has no function where numbers are this long.
+    constexpr DWORD kDaysOfHigh = 2732850973; // 2^32 units, in days of 2^-39: rounded down, so a day may be missing
+    constexpr DWORD kInverseOf78125 = 2928494245u; // their product is 1 in 32 bits: a multiple times it is the quotient
+    const ULONGLONG ullTime = static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+    int nDay = static_cast<int>(static_cast<ULONGLONG>(time.dwHighDateTime) * kDaysOfHigh >> 39);
+    ULONGLONG ullRest = ullTime - static_cast<DWORD>(nDay) * kDay;
+    if (ullRest >= kDay) ++nDay, ullRest -= kDay;
+    const DWORD dwSecond = static_cast<DWORD>(ullRest >> 7) * kInverseOf78125; // kSecond is 78125 << 7
+    if (dwSecond >= kSecondsOfDay || dwSecond * kSecond != ullRest) return false;
+    nDay -= kFirstDay;
+    if (nDay < 0 || nDay >= kDays) return false;
+    // The system adds wider numbers up and rounds once. So does this: the sum is exact.
+    date = (nDay * static_cast<double>(kSecondsOfDay) + static_cast<int>(dwSecond)) / kSecondsOfDay;
     return true;
 }
 
@@ -55,8 +58,8 @@ bool SecondOfDate(DATE date, FILETIME& time)
     if (!(date >= 0 && date < kDays)) return false;
     const int nDay = static_cast<int>(date);
     const DWORD dwSecond = static_cast<DWORD>((date - nDay) * kSecondsOfDay + 0.5);
-    const LONGLONG llTime = (kFirstDay + nDay) * kDay + dwSecond * kSecond;
-    time = {static_cast<DWORD>(llTime), static_cast<DWORD>(llTime >> 32)};
+    const ULONGLONG ullTime = static_cast<DWORD>(kFirstDay + nDay) * kDay + dwSecond * kSecond;
+    time = {static_cast<DWORD>(ullTime), static_cast<DWORD>(ullTime >> 32)};
     DATE same;
     return DateOfSecond(time, same) && same == date;
 }
@@ -74,8 +77,8 @@ bool TryOut()
     DWORD dwRandom = 1;
     for (int i = 0; i < 100; ++i) {
         dwRandom = dwRandom * 1664525 + 1013904223;
-        const LONGLONG llTime = (12700000000LL + dwRandom % 2000000000) * kSecond;
-        const FILETIME time = {static_cast<DWORD>(llTime), static_cast<DWORD>(llTime >> 32)};
+        const ULONGLONG ullTime = (12700000000 + dwRandom % 2000000000) * kSecond;
+        const FILETIME time = {static_cast<DWORD>(ullTime), static_cast<DWORD>(ullTime >> 32)};
         FILETIME back = {}, backThere = {};
         UDATE dt = {};
         DATE here, there;
