@@ -189,7 +189,7 @@ long CRow::getVariantFromPropval(_CEPROPVAL* prop, _variant_t& value)
         return 0;
     case CEVT_LPWSTR:
         if (val.lpwstr) {
-            SetText(value, val.lpwstr, TextLength(val.lpwstr) * sizeof(wchar_t));
+            SetText(value, val.lpwstr, TextBytes(val.lpwstr));
         } else {
             SetPlain(value, VT_EMPTY, 0);
             V_VT(&value) = VT_BSTR;

@@ -11,13 +11,35 @@ const wchar_t kSource[] = L"korvanedb/row";
 constexpr CEPROPID kNoIndex = 0xFFFFFFFF;
 constexpr DWORD kInitialBufferBytes = 8192;
 
+// The fields in front of the first one whose conversion may fail.
+int CountSureFields(const CTable* pTable, int nFields)
+{
+    if (nFields > MAXWORD) return 0; // of which the store gives a part, and leaves the values of the others
+    for (int i = 0; i < nFields; ++i) {
+        switch (TypeFromPropID(pTable->m_pFields[i].m_propid)) {
+        case CEVT_I2:
+        case CEVT_UI2:
+        case CEVT_I4:
+        case CEVT_UI4:
+        case CEVT_R8:
+        case CEVT_BOOL:
+        case CEVT_LPWSTR:
+            continue;
+        default:
+            return i;
+        }
+    }
+    return nFields;
+}
+
 } // namespace
 
 CRowShared::CRowShared(const CTable* pTable, HANDLE hHeapOfTable, HANDLE hDatabaseOfRow, bool bOwns)
     : hHeap(hHeapOfTable), hDatabase(hDatabaseOfRow), bOwnsHandle(bOwns), nFields(pTable ? pTable->m_nFields : 0),
       pBuffer(nullptr), cbBuffer(0),
       // One more than needed: the store takes a null array for "all properties", so there is one even without fields.
-      propids(new CEPROPID[nFields + 1]), values(new _variant_t[nFields + 1])
+      propids(new CEPROPID[nFields + 1]), values(new _variant_t[nFields + 1]),
+      nMayWait(CountSureFields(pTable, nFields)), nWaiting(0)
 {
     for (int i = 0; i < nFields; ++i) propids[i] = pTable->m_pFields[i].m_propid;
     for (int i = 0; i <= nFields; ++i) V_VT(&values[i]) = VT_NULL;

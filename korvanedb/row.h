@@ -124,7 +124,9 @@ public:
     // CeWriteRecordProps(...) failed": GetLastError() has the store's reason, and there is no current record.
     long WriteToDB();
 
-    // Copies the value of a field, found by its exact name or by its position, into value.
+    // Copies the value of a field, found by its exact name or by its position, into value. What ReadFromDB has loaded is
+    // made into values when one is asked for, or before one is set or all are stored: so it is these calls from which the
+    // exception comes when memory is out for a text. The values are as loaded then, and can be asked for again.
     // The position after the last field is admitted: a spare value, VT_NULL until it is set, that no record ever has.
     // Raises: 256 (by name), 274 (by position) "Either BOF or EOF is true" (no current record), 261 "Field does not
     // exist", 277 "Index out of bounds".

@@ -23,6 +23,10 @@ struct CRowShared : CRefCntBase
     CRowShared(const CRowShared&) = delete;
     CRowShared& operator=(const CRowShared&) = delete;
 
+    CEPROPVAL* Props() const { return reinterpret_cast<CEPROPVAL*>(pBuffer); }
+    // Makes the values that wait: before the buffer or one of them changes. What it throws leaves them waiting.
+    void MakeValues();
+
     HANDLE hHeap;     // borrowed; kept here because a row may outlive its connection
     HANDLE hDatabase; // INVALID_HANDLE_VALUE after a SetIndex that closed the old one and opened no new one
     const bool bOwnsHandle;
@@ -31,6 +35,10 @@ struct CRowShared : CRefCntBase
     DWORD cbBuffer;                       // bytes of pBuffer that a read may use
     std::unique_ptr<CEPROPID[]> propids;  // nFields, the properties of the fields; never null
     std::unique_ptr<_variant_t[]> values; // nFields values and the spare one behind them
+    // Making a value out of a property is left until the value is asked for, since the host gets a copy that can as well
+    // be made at once. Not behind a field whose values cannot all be made: reading reports that.
+    const int nMayWait; // leading fields of numbers, truth values and texts
+    int nWaiting;       // leading values that are not made; the properties are in the buffer, as the store gave them
 };
 
 // What reading a record raises for a code of the store.

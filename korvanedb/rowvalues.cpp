@@ -44,6 +44,12 @@ void AppendText(BYTE*& pText, const _variant_t& value)
 
 } // namespace
 
+void CRowShared::MakeValues()
+{
+    for (int i = 0; i < nWaiting; ++i) CRow::getVariantFromPropval(&Props()[i], values[i]);
+    nWaiting = 0;
+}
+
 long RaiseReadFailure(DWORD dwError)
 {
     static constexpr struct
@@ -65,8 +71,13 @@ long RaiseReadFailure(DWORD dwError)
 long CRow::ReadFromDB()
 {
     CRowShared& shared = *m_pShared;
+    // A parked failure comes out behind the first field; the values of the others must still be there then.
+    const bool bMayWait = gErrHRESULT >= 0;
+    if (!bMayWait) shared.MakeValues();
+    // The store leaves the buffer alone when it gives no record, and what waits in there is good.
     CReadResult read = ReadIntoBuffer(shared);
     if (read.cbNeeded > shared.cbBuffer) {
+        shared.MakeValues(); // their texts are where the buffer is now
         const DWORD cbNew = read.cbNeeded + kSpareBytes;
         ::SetLastError(0);
         void* const pNew = ::HeapReAlloc(shared.hHeap, 0, shared.pBuffer, cbNew);
@@ -80,8 +91,9 @@ long CRow::ReadFromDB()
 
     // The count of a table of more fields than a WORD counts is cut, and so is what came.
     const int nProps = read.nProps < shared.nFields ? read.nProps : shared.nFields;
-    CEPROPVAL* const pProps = reinterpret_cast<CEPROPVAL*>(shared.pBuffer);
-    for (int i = 0; i < nProps; ++i) KORVANE_CHECK(getVariantFromPropval(&pProps[i], shared.values[i]));
+    shared.nWaiting = bMayWait ? (shared.nMayWait < nProps ? shared.nMayWait : nProps) : 0;
+    for (int i = shared.nWaiting; i < nProps; ++i)
+        KORVANE_CHECK(getVariantFromPropval(&shared.Props()[i], shared.values[i]));
     m_oid = read.oid;
     return 0;
 }
@@ -89,6 +101,7 @@ long CRow::ReadFromDB()
 long CRow::WriteToDB()
 {
     CRowShared& shared = *m_pShared;
+    shared.MakeValues();
     ULONGLONG cbNeeded = static_cast<ULONGLONG>(shared.nFields) * sizeof(CEPROPVAL);
     for (int i = 0; i < shared.nFields; ++i) {
         if (TypeFromPropID(shared.propids[i]) != CEVT_LPWSTR) continue;
@@ -114,7 +127,7 @@ long CRow::WriteToDB()
     }
     if (::GetLastError() != 0) KORVANE_RAISE(kSource, 341, E_FAIL, L"Call to function HeapRealloc(...) failed");
 
-    CEPROPVAL* const pProps = reinterpret_cast<CEPROPVAL*>(shared.pBuffer);
+    CEPROPVAL* const pProps = shared.Props();
     BYTE* pText = shared.pBuffer + shared.nFields * sizeof(CEPROPVAL);
     for (int i = 0; i < shared.nFields; ++i) {
         pProps[i] = {};
@@ -159,7 +172,9 @@ long CRow::getVal(int index, _variant_t& value)
 {
     if (!m_oid) KORVANE_RAISE(kSource, 274, E_FAIL, L"Either BOF or EOF is true");
     if (index < 0 || index > m_pShared->nFields) KORVANE_RAISE(kSource, 277, E_FAIL, L"Index out of bounds");
-    Copy(value, m_pShared->values[index]);
+    const CRowShared& shared = *m_pShared;
+    if (index < shared.nWaiting) return getVariantFromPropval(&shared.Props()[index], value);
+    Copy(value, shared.values[index]);
     return 0;
 }
 
@@ -174,6 +189,7 @@ long CRow::setVal(CString name, _variant_t& value)
 long CRow::setVal(int index, _variant_t& value)
 {
     if (index < 0 || index > m_pShared->nFields) KORVANE_RAISE(kSource, 301, E_FAIL, L"Index out of bounds");
+    m_pShared->MakeValues();
     Copy(m_pShared->values[index], value);
     return 0;
 }

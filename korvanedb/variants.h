@@ -61,21 +61,30 @@ inline UINT ByteLength(BSTR text)
     return cb;
 }
 
-// A text's characters up to its terminator, two at a time: a field's text is often as long as its name.
-inline UINT TextLength(const wchar_t* pText)
+// Looks for a terminator in a word of two characters: 0, or with the highest bit of a half set. A borrow out of a half
+// that is zero is the only way for that bit to come to be set anew.
+inline DWORD ZeroIn(const char* pWord)
 {
-    UINT cch = 0;
-    if (reinterpret_cast<UINT_PTR>(pText) % sizeof(DWORD) !=
-        0) { // what follows does not read beyond the text's last word
-        if (!pText[0]) return 0;
-        cch = 1;
+    DWORD dwTwo;
+    std::memcpy(&dwTwo, pWord, sizeof dwTwo);
+    return (dwTwo - 0x00010001) & ~dwTwo & 0x80008000;
+}
+
+// The bytes of a text up to its terminator. Words are looked at, and four of them at once, where none reaches into a page
+// of memory that the text does not.
+inline UINT TextBytes(const wchar_t* pText)
+{
+    constexpr UINT_PTR kPage = 4096;
+    const char* const pFirst = reinterpret_cast<const char*>(pText);
+    const char* p = pFirst;
+    if (reinterpret_cast<UINT_PTR>(p) % sizeof(DWORD) == 0) {
+        while (reinterpret_cast<UINT_PTR>(p) % kPage <= kPage - 16 &&
+               !(ZeroIn(p) | ZeroIn(p + 4) | ZeroIn(p + 8) | ZeroIn(p + 12)))
+            p += 16;
+        while (!ZeroIn(p)) p += 4;
     }
-    for (;; cch += 2) {
-        DWORD dwTwo;
-        std::memcpy(&dwTwo, pText + cch, sizeof dwTwo);
-        // A borrow out of a half that is zero is the only way for its highest bit to come to be set anew.
-        if ((dwTwo - 0x00010001) & ~dwTwo & 0x80008000) return cch + ((dwTwo & 0xFFFF) != 0);
-    }
+    while (pText[(p - pFirst) / sizeof(wchar_t)]) p += sizeof(wchar_t);
+    return static_cast<UINT>(p - pFirst);
 }
 
 // Copies texts, which are short: a call of the C library costs as much as the copy.

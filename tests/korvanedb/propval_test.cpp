@@ -225,12 +225,61 @@ TEST_F(PropvalTest, ATextOfAnyLengthIsCopiedUpToItsTerminatorWhereverItBegins)
             const std::wstring expected(room.data() + nStart, nLength);
             CEPROPVAL prop = Filled(CEVT_LPWSTR);
             prop.val.lpwstr = room.data() + nStart;
-            _variant_t value(nLength % 2 ? expected.c_str() : L""); // what is there is used again, or replaced
-            ASSERT_EQ(0, CRow::getVariantFromPropval(&prop, value));
-            ASSERT_EQ(VT_BSTR, V_VT(&value));
-            ASSERT_EQ(expected, std::wstring(V_BSTR(&value), ::SysStringLen(V_BSTR(&value))))
-                << nLength << ' ' << nStart;
+            // What is there is used again, or replaced.
+            for (const std::wstring& before :
+                 {std::wstring(), expected, expected + L'!', expected.substr(0, nLength / 2), std::wstring(90, L'?')}) {
+                _variant_t value(before.c_str());
+                ASSERT_EQ(0, CRow::getVariantFromPropval(&prop, value));
+                ASSERT_EQ(VT_BSTR, V_VT(&value));
+                ASSERT_EQ(expected, std::wstring(V_BSTR(&value), ::SysStringLen(V_BSTR(&value))))
+                    << nLength << ' ' << nStart << ' ' << before.size();
+            }
         }
+    }
+}
+
+TEST_F(PropvalTest, ATextIsNotReadBeyondThePageThatItEndsIn)
+{
+    BYTE* const pPages = static_cast<BYTE*>(::VirtualAlloc(nullptr, 0x2000, MEM_RESERVE, PAGE_NOACCESS));
+    ASSERT_TRUE(::VirtualAlloc(pPages, 0x1000, MEM_COMMIT, PAGE_READWRITE));
+    const std::wstring longer(100, L'y');
+    for (size_t nLength = 0; nLength < 40; ++nLength) {
+        const std::wstring text(nLength, L'x');
+        CEPROPVAL prop = Filled(CEVT_LPWSTR);
+        prop.val.lpwstr = reinterpret_cast<LPWSTR>(pPages + 0x1000) - (nLength + 1);
+        std::copy_n(text.c_str(), nLength + 1, prop.val.lpwstr);
+        for (const std::wstring& before : {std::wstring(), text, longer}) {
+            _variant_t value(before.c_str());
+            ASSERT_EQ(0, CRow::getVariantFromPropval(&prop, value));
+            ASSERT_EQ(text, std::wstring(V_BSTR(&value)));
+        }
+    }
+    ::VirtualFree(pPages, 0, MEM_RELEASE);
+}
+
+TEST_F(PropvalTest, AVariantMayBeMadeOutOfItsOwnText)
+{
+    for (UINT nStart = 0; nStart < 3; ++nStart) {
+        _variant_t value(L"its own text");
+        CEPROPVAL prop = Filled(CEVT_LPWSTR);
+        prop.val.lpwstr = V_BSTR(&value) + nStart;
+        ASSERT_EQ(0, CRow::getVariantFromPropval(&prop, value));
+        EXPECT_STREQ(L"its own text" + nStart, V_BSTR(&value));
+    }
+}
+
+TEST_F(PropvalTest, AVariantsBytesThatAreNoWholeCharactersAreReplaced)
+{
+    for (UINT cb = 1; cb < 40; cb += 2) {
+        const std::wstring text(cb / 2, L'x');
+        CEPROPVAL prop = Filled(CEVT_LPWSTR);
+        prop.val.lpwstr = const_cast<LPWSTR>(text.c_str());
+        _variant_t value;
+        V_VT(&value) = VT_BSTR;
+        V_BSTR(&value) = ::SysAllocStringByteLen(nullptr, cb);
+        ASSERT_EQ(0, CRow::getVariantFromPropval(&prop, value));
+        ASSERT_EQ(cb / 2 * sizeof(wchar_t), ::SysStringByteLen(V_BSTR(&value)));
+        ASSERT_EQ(text, std::wstring(V_BSTR(&value)));
     }
 }
 
