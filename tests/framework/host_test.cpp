@@ -27,7 +27,7 @@ protected:
         EXPECT_TRUE(::CreateProcessW(strFolder + szCommand, szCommand, NULL, NULL, FALSE, 0, NULL, strFolder, &start,
                                      &m_process));
         m_hMain = WaitForWindow(kTitle);
-        EXPECT_TRUE(Until([&] { return History().Find(L"timer|") >= 0; }));
+        EXPECT_TRUE(Until([&] { return History().Find(L"timer|") >= 0 && ::GetPropW(m_hMain, L"idle"); }));
     }
     ~HostTest() override
     {

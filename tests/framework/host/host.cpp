@@ -253,6 +253,7 @@ void CMainDialog::OnTimer(UINT nIDEvent)
 
 void CMainDialog::OnDestroy()
 {
+    ::RemoveProp(m_hWnd, _T("idle"));
     CDialog::OnDestroy();
     theApp.m_nIdle = theApp.m_nIdle > 0;
 }
@@ -355,6 +356,7 @@ BOOL CHostApp::InitInstance()
 BOOL CHostApp::OnIdle(LONG lCount)
 {
     m_nIdle++;
+    if (m_pMainWnd) ::SetProp(m_pMainWnd->m_hWnd, _T("idle"), (HANDLE)1); // for the one who waits for it
     return CWinApp::OnIdle(lCount);
 }
 
