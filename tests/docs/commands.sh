@@ -54,7 +54,8 @@ for page in "$@"; do
     for entry in "$root"/*; do
         [[ ${entry##*/} == build ]] || ln -s "$entry" "$place/tree/"
     done
-    for entry in deps mingw32 "$(basename "${WINEPREFIX:?}")"; do ln -s "$root/build/$entry" "$place/tree/build/"; done
+    for entry in deps mingw32; do ln -s "$root/build/$entry" "$place/tree/build/"; done
+    ln -s "${WINEPREFIX:?}" "$place/tree/build/wine" # the one that the commands look for, whoever runs this test
     cp "$root/build/docs-commands" "$place/commands"
     # Wine's own processes start here, and not, with words of theirs, in a command of the page.
     wineserver -p 2>/dev/null
