@@ -209,8 +209,9 @@ void CHyperLink::PositionWindow()
     {
         CClientDC dc(this);
         CFont* const pFontBefore = dc.SelectObject(&m_underlineFont);
-        ::GetTextExtentExPointW(dc, strText, strText.GetLength(), 0, nullptr, nullptr, &extent);
+        const BOOL bMeasured = ::GetTextExtentExPointW(dc, strText, strText.GetLength(), 0, nullptr, nullptr, &extent);
         dc.SelectObject(pFontBefore);
+        if (!bMeasured) return; // as large as nothing, the link could not be seen any more
     }
     extent.cx += rect.Width() - client.Width();
     extent.cy += rect.Height() - client.Height();

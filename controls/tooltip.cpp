@@ -10,9 +10,11 @@ int CToolTip::Create(const TCHAR* text, CWnd* parent, unsigned int top, unsigned
     if (!parent) return 0;
     const CString shown(text);
     CDC dc;
-    dc.CreateCompatibleDC(nullptr);
     SIZE extent = {};
-    ::GetTextExtentExPointW(dc, shown, shown.GetLength(), 0, nullptr, nullptr, &extent);
+    // A window that is as tall as a text which could not be measured would be nothing but its border.
+    if (!dc.CreateCompatibleDC(nullptr) ||
+        !::GetTextExtentExPointW(dc, shown, shown.GetLength(), 0, nullptr, nullptr, &extent))
+        return 0;
 
     const unsigned int width = static_cast<unsigned int>(extent.cx) + m_nMargin;
     const unsigned int left = width > availableWidth ? 0 : (availableWidth - width) / 2;

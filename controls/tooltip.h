@@ -2,7 +2,7 @@
 //
 // Ownership  the object owns its window, as every CWnd does: destroying either ends the window.
 // Threads    the window's.
-// Errors     Create gives 0, and there is no window.
+// Errors     Create gives 0, and there is no window: it could not be made, or the text not be measured.
 //
 // It is a plain window, not the system's tooltip control: it is there from Create on until it is hidden or destroyed.
 #ifndef KORVANE_CONTROLS_TOOLTIP_H

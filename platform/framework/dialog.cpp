@@ -1,11 +1,42 @@
 #include "dialogcommands.h"
 #include "dialogtemplate.h"
 #include "disabledowner.h"
+#include "modalflag.h"
 #include "wndhook.h"
 
 #include "afx_app.h"
 #include "afx_dialog.h"
 #include "afx_msg.h"
+
+namespace {
+
+// A template in a movable block, in its place while this lives.
+class CLockedTemplate
+{
+public:
+    explicit CLockedTemplate(HGLOBAL hTemplate) : m_hTemplate(hTemplate) {}
+    ~CLockedTemplate()
+    {
+        if (m_bLocked) ::GlobalUnlock(m_hTemplate);
+    }
+    CLockedTemplate(const CLockedTemplate&) = delete;
+    CLockedTemplate& operator=(const CLockedTemplate&) = delete;
+
+    // NULL if it is not sound.
+    LPCDLGTEMPLATE Lock()
+    {
+        const void* const pTemplate = ::GlobalLock(m_hTemplate);
+        m_bLocked = pTemplate != NULL;
+        return IsDialogTemplateSound(pTemplate, ::GlobalSize(m_hTemplate)) ? static_cast<LPCDLGTEMPLATE>(pTemplate)
+                                                                           : NULL;
+    }
+
+private:
+    const HGLOBAL m_hTemplate;
+    bool m_bLocked = false;
+};
+
+} // namespace
 
 IMPLEMENT_DYNAMIC(CDialog, CWnd)
 
@@ -113,11 +144,9 @@ BOOL CDialog::CreateIndirect(LPCDLGTEMPLATE pDialogTemplate, CWnd* pParentWnd, v
 
 BOOL CDialog::CreateIndirect(HGLOBAL hDialogTemplate, CWnd* pParentWnd)
 {
-    const void* const pTemplate = ::GlobalLock(hDialogTemplate);
-    const BOOL bCreated = IsDialogTemplateSound(pTemplate, ::GlobalSize(hDialogTemplate)) &&
-                          CreateIndirect(static_cast<LPCDLGTEMPLATE>(pTemplate), pParentWnd);
-    ::GlobalUnlock(hDialogTemplate);
-    return bCreated;
+    CLockedTemplate locked(hDialogTemplate);
+    const LPCDLGTEMPLATE pTemplate = locked.Lock();
+    return pTemplate && CreateIndirect(pTemplate, pParentWnd);
 }
 
 BOOL CDialog::InitModalIndirect(LPCDLGTEMPLATE pDialogTemplate, CWnd* pParentWnd, void* pDialogInit)
@@ -139,31 +168,30 @@ int CDialog::DoModal()
 {
     HINSTANCE hInst = AfxGetInstanceHandle();
     LPCDLGTEMPLATE pTemplate = m_lpDialogTemplate;
+    CLockedTemplate locked(m_hDialogTemplate);
     if (m_lpszTemplateName) {
         pTemplate = LoadDialogTemplate(m_lpszTemplateName, &hInst);
     } else if (m_hDialogTemplate) {
-        pTemplate = static_cast<LPCDLGTEMPLATE>(::GlobalLock(m_hDialogTemplate));
-        if (!IsDialogTemplateSound(pTemplate, ::GlobalSize(m_hDialogTemplate))) pTemplate = NULL;
+        pTemplate = locked.Lock();
     }
     m_nModalResult = -1;
     if (pTemplate && !m_hWnd) {
         CDisabledOwner owner(m_pParentWnd, AfxGetMainWnd());
-        // Before the window is there, so that OnInitDialog can end the dialog.
-        m_nFlags |= kContinueModal;
-        if (CreateFrom(pTemplate, owner.m_hWnd, hInst)) {
-            if (m_nFlags & kContinueModal)
-                RunModalLoop(MLF_SHOWONIDLE | ((GetStyle() & DS_NOIDLEMSG) ? MLF_NOIDLEMSG : 0));
-            if (m_hWnd) {
-                SetWindowPos(NULL, 0, 0, 0, 0,
-                             SWP_HIDEWINDOW | SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE | SWP_NOZORDER);
+        {
+            const CModalFlag modal(m_nFlags);
+            if (CreateFrom(pTemplate, owner.m_hWnd, hInst)) {
+                if (m_nFlags & kContinueModal)
+                    RunModalLoop(MLF_SHOWONIDLE | ((GetStyle() & DS_NOIDLEMSG) ? MLF_NOIDLEMSG : 0));
+                if (m_hWnd) {
+                    SetWindowPos(NULL, 0, 0, 0, 0,
+                                 SWP_HIDEWINDOW | SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE | SWP_NOZORDER);
+                }
             }
         }
-        m_nFlags &= ~kContinueModal;
         owner.Enable();
         if (owner.m_hWnd && m_hWnd && ::GetActiveWindow() == m_hWnd) ::SetActiveWindow(owner.m_hWnd);
         DestroyWindow();
     }
-    if (m_hDialogTemplate) ::GlobalUnlock(m_hDialogTemplate);
     return m_nModalResult;
 }
 

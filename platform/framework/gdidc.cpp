@@ -90,49 +90,74 @@ BOOL CDC::RestoreDC(int nSavedDC)
     return OnBoth([=](HDC hDC) { return ::RestoreDC(hDC, nSavedDC); });
 }
 
+// Selects an object for both contexts, and finds the object of what was selected before. When one of them does not take
+// it, or there is no memory to find the one before, all is as it was: else nobody would know what to put back.
+template <class Find> auto CDC::Exchange(HGDIOBJ hObject, Find find) -> decltype(find(hObject))
+{
+    const bool bTwo = m_hAttribDC && m_hAttribDC != m_hDC;
+    const HGDIOBJ hDrawn = ::SelectObject(m_hDC, hObject);
+    if (!hDrawn) return NULL;
+    const HGDIOBJ hAsked = bTwo ? ::SelectObject(m_hAttribDC, hObject) : hDrawn;
+    const auto putBack = [&] {
+        ::SelectObject(m_hDC, hDrawn);
+        if (bTwo) ::SelectObject(m_hAttribDC, hAsked);
+    };
+    if (!hAsked) {
+        putBack();
+        return NULL;
+    }
+    try {
+        return find(hAsked);
+    } catch (...) {
+        putBack();
+        throw;
+    }
+}
+
 CGdiObject* CDC::SelectStockObject(int nIndex)
 {
-    const HGDIOBJ hStock = ::GetStockObject(nIndex);
-    return CGdiObject::FromHandle(OnBoth([=](HDC hDC) { return ::SelectObject(hDC, hStock); }));
+    return Exchange(::GetStockObject(nIndex), [](HGDIOBJ hOld) { return CGdiObject::FromHandle(hOld); });
 }
 
 CPen* CDC::SelectObject(CPen* pPen)
 {
-    return CPen::FromHandle(static_cast<HPEN>(Select(pPen)));
+    return Exchange(pPen->GetSafeHandle(), [](HGDIOBJ hOld) { return CPen::FromHandle(static_cast<HPEN>(hOld)); });
 }
 
 CBrush* CDC::SelectObject(CBrush* pBrush)
 {
-    return CBrush::FromHandle(static_cast<HBRUSH>(Select(pBrush)));
+    return Exchange(pBrush->GetSafeHandle(),
+                    [](HGDIOBJ hOld) { return CBrush::FromHandle(static_cast<HBRUSH>(hOld)); });
 }
 
 CFont* CDC::SelectObject(CFont* pFont)
 {
-    return CFont::FromHandle(static_cast<HFONT>(Select(pFont)));
+    return Exchange(pFont->GetSafeHandle(), [](HGDIOBJ hOld) { return CFont::FromHandle(static_cast<HFONT>(hOld)); });
 }
 
 CBitmap* CDC::SelectObject(CBitmap* pBitmap)
 {
     // A bitmap fits into one context only.
-    return CBitmap::FromHandle(static_cast<HBITMAP>(::SelectObject(m_hDC, pBitmap->GetSafeHandle())));
+    const HGDIOBJ hOld = ::SelectObject(m_hDC, pBitmap->GetSafeHandle());
+    try {
+        return CBitmap::FromHandle(static_cast<HBITMAP>(hOld));
+    } catch (...) {
+        ::SelectObject(m_hDC, hOld);
+        throw;
+    }
 }
 
 int CDC::SelectObject(CRgn* pRgn)
 {
+    const HGDIOBJ hRgn = pRgn->GetSafeHandle();
     // Not a handle, but the region's complexity.
-    const HGDIOBJ hResult = Select(pRgn);
+    const HGDIOBJ hResult = OnBoth([=](HDC hDC) { return ::SelectObject(hDC, hRgn); });
     return hResult == HGDI_ERROR ? ERROR : static_cast<int>(reinterpret_cast<INT_PTR>(hResult));
 }
 
 CGdiObject* CDC::SelectObject(CGdiObject* pObject)
 {
-    return CGdiObject::FromHandle(Select(pObject));
-}
-
-HGDIOBJ CDC::Select(const CGdiObject* pObject)
-{
-    const HGDIOBJ hObject = pObject->GetSafeHandle();
-    return OnBoth([=](HDC hDC) { return ::SelectObject(hDC, hObject); });
+    return Exchange(pObject->GetSafeHandle(), [](HGDIOBJ hOld) { return CGdiObject::FromHandle(hOld); });
 }
 
 CPen* CDC::GetCurrentPen() const

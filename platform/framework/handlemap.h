@@ -9,11 +9,10 @@
 #ifndef KORVANEAFX_HANDLEMAP_H
 #define KORVANEAFX_HANDLEMAP_H
 
-#include "afx.h"
+#include "guarded.h"
 
 #include <map>
 #include <memory>
-#include <new>
 #include <unordered_map>
 #include <utility>
 
@@ -70,17 +69,6 @@ public:
 
 private:
     using Key = std::pair<HANDLE, CRuntimeClass*>;
-
-    template <class Action> static void Guarded(Action action)
-    {
-        bool bDone = false;
-        try {
-            action();
-            bDone = true;
-        } catch (const std::bad_alloc&) {
-        }
-        if (!bDone) AfxThrowMemoryException();
-    }
 
     std::unordered_map<HANDLE, Object*> m_permanent;
     std::map<Key, std::unique_ptr<Object>> m_temporary;

@@ -1,5 +1,7 @@
 #include "dialogcommands.h"
 #include "disabledowner.h"
+#include "guarded.h"
+#include "modalflag.h"
 #include "wndhook.h"
 
 #include "afxdlgs.h"
@@ -58,6 +60,7 @@ void CPropertySheet::AddPage(CPropertyPage* pPage)
 {
     ASSERT(pPage != NULL);
     if (!pPage || GetPageIndex(pPage) >= 0) return;
+    Guarded([&] { m_pages.reserve(m_pages.size() + 1); });
     if (!m_hWnd) {
         m_pages.push_back(pPage);
         return;
@@ -152,21 +155,20 @@ HWND CPropertySheet::CreateSheet(HWND hWndParent)
     ASSERT(m_hWnd == NULL);
     if (m_hWnd || m_pages.empty()) return NULL;
     std::vector<PROPSHEETPAGE> pages;
+    Guarded([&] { pages.reserve(m_pages.size()); });
     for (CPropertyPage* const pPage : m_pages) {
         if (!pPage->Prepare()) return NULL;
         pages.push_back(pPage->m_psp);
     }
-    m_psh.ppsp = pages.data();
-    m_psh.nPages = static_cast<UINT>(pages.size());
     m_psh.hwndParent = hWndParent;
     m_psh.hInstance = AfxGetInstanceHandle();
     PROPSHEETHEADER header = m_psh;
     header.dwFlags |= PSH_MODELESS | PSH_PROPSHEETPAGE;
+    header.ppsp = pages.data();
+    header.nPages = static_cast<UINT>(pages.size());
     HookCreation(this);
     const INT_PTR nResult = ::PropertySheetW(&header);
     UnhookCreation();
-    m_psh.ppsp = NULL;
-    m_psh.nPages = 0;
     return nResult > 0 ? reinterpret_cast<HWND>(nResult) : NULL;
 }
 
@@ -175,14 +177,16 @@ int CPropertySheet::DoModal()
     m_nModalResult = -1;
     CDisabledOwner owner(m_pParentWnd, AfxGetMainWnd());
     m_bModeless = FALSE;
-    m_nFlags |= kContinueModal;
-    const HWND hWnd = CreateSheet(owner.m_hWnd);
-    if (hWnd && m_hWnd && CWnd::ContinueModal()) {
-        RunModalLoop(MLF_SHOWONIDLE);
-        if (m_hWnd)
-            SetWindowPos(NULL, 0, 0, 0, 0, SWP_HIDEWINDOW | SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE | SWP_NOZORDER);
+    {
+        const CModalFlag modal(m_nFlags);
+        const HWND hWnd = CreateSheet(owner.m_hWnd);
+        if (hWnd && m_hWnd && CWnd::ContinueModal()) {
+            RunModalLoop(MLF_SHOWONIDLE);
+            if (m_hWnd)
+                SetWindowPos(NULL, 0, 0, 0, 0,
+                             SWP_HIDEWINDOW | SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE | SWP_NOZORDER);
+        }
     }
-    m_nFlags &= ~kContinueModal;
     owner.Enable();
     if (owner.m_hWnd && m_hWnd && ::GetActiveWindow() == m_hWnd) ::SetActiveWindow(owner.m_hWnd);
     DestroyWindow();
@@ -241,6 +245,19 @@ BOOL CPropertySheet::ContinueModal()
 {
     // Once OK or Cancel was accepted there is no current page.
     return CWnd::ContinueModal() && m_hWnd && SendMessage(PSM_GETCURRENTPAGEHWND);
+}
+
+// The system makes a page's window when the page is first shown, in the middle of any of the sheet's messages. When it
+// could not, the page is not to get the next window that anybody makes.
+LRESULT CPropertySheet::DefWindowProc(UINT nMessage, WPARAM wParam, LPARAM lParam)
+{
+    const HWND hWnd = m_hWnd;
+    const LRESULT lResult = CWnd::DefWindowProc(nMessage, wParam, lParam);
+    if (FromHandlePermanent(hWnd) != this) return lResult; // and may be gone
+    for (const CPropertyPage* const pPage : m_pages) {
+        if (IsWaitingForWindow(pPage)) UnhookCreation();
+    }
+    return lResult;
 }
 
 BOOL CPropertySheet::PreTranslateMessage(MSG* pMsg)

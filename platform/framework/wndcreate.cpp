@@ -48,7 +48,15 @@ void HookCreation(CWnd* pWnd)
     state.m_pCreating = pWnd;
     if (!state.m_hCreateHook)
         state.m_hCreateHook = ::SetWindowsHookExW(WH_CBT, CreationHook, NULL, ::GetCurrentThreadId());
-    if (!state.m_hCreateHook) AfxThrowMemoryException();
+    if (state.m_hCreateHook) return;
+    state.m_pCreating = NULL;
+    AfxThrowMemoryException();
+}
+
+BOOL IsWaitingForWindow(const CWnd* pWnd)
+{
+    const CThreadState* const pState = CThreadState::GetIfAny();
+    return pState && pState->m_pCreating == pWnd;
 }
 
 BOOL UnhookCreation()

@@ -18,6 +18,8 @@ constexpr UINT kContinueModal = 0x20; // and is to go on
 void HookCreation(CWnd* pWnd);
 // TRUE if it did; otherwise no window will.
 BOOL UnhookCreation();
+// TRUE while the next window is to be pWnd's.
+BOOL IsWaitingForWindow(const CWnd* pWnd);
 
 // What CWnd keeps to itself, for the framework's own sources.
 struct CWndAccess

@@ -45,8 +45,9 @@ public:
     virtual int SaveDC();                 // 0 on failure
     virtual BOOL RestoreDC(int nSavedDC); // -1: the last one saved
 
-    // Objects. The results are the ones selected before, mostly temporary objects; NULL on failure. What is selected
-    // must not be deleted, so put the old one back.
+    // Objects. The results are the ones selected before, mostly temporary objects; NULL on failure, and CMemoryException*
+    // when memory for a temporary object is out: what was selected before is then selected still. What is selected must
+    // not be deleted, so put the old one back.
     virtual CGdiObject* SelectStockObject(int nIndex);
     CPen* SelectObject(CPen* pPen);
     CBrush* SelectObject(CBrush* pBrush);
@@ -147,7 +148,7 @@ public:
 
 private:
     template <class Function> auto OnBoth(Function function);
-    HGDIOBJ Select(const CGdiObject* pObject);
+    template <class Find> auto Exchange(HGDIOBJ hObject, Find find) -> decltype(find(hObject));
 };
 
 // A window's client area; of no window, the screen.

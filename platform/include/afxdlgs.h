@@ -2,7 +2,8 @@
 //
 // Ownership  a sheet borrows its pages, which must outlive it; neither deletes itself.
 // Threads    the thread that creates the sheet.
-// Errors     DoModal 0 or -1 if the sheet could not be made; FALSE or NULL elsewhere.
+// Errors     DoModal -1 if the sheet could not be made; FALSE or NULL elsewhere; CMemoryException* when memory is out. A page
+//            whose window could not be made when it was first shown is taken out of the sheet's tabs by the system.
 #ifndef AFXDLGS_H
 #define AFXDLGS_H
 
@@ -104,6 +105,7 @@ public:
     BOOL ContinueModal() override;
 
 protected:
+    LRESULT DefWindowProc(UINT nMessage, WPARAM wParam, LPARAM lParam) override;
     BOOL OnCommand(WPARAM wParam, LPARAM lParam) override;
     afx_msg LRESULT HandleInitDialog(WPARAM wParam, LPARAM lParam);
     afx_msg LRESULT HandlePressButton(WPARAM wParam, LPARAM lParam);

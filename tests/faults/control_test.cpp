@@ -55,6 +55,12 @@ protected:
     CDialog m_dialog;
 };
 
+BOOL WINAPI NoExtent(HDC, LPCWSTR, int, int, LPINT, LPINT, LPSIZE)
+{
+    ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+}
+
 long Done(bool bDone)
 {
     return bDone ? 0 : kNotMade;
@@ -127,4 +133,21 @@ TEST_F(ControlFaultTest, AScrollingDialog)
         dialog.DestroyWindow();
         return 0L;
     });
+}
+
+TEST_F(ControlFaultTest, WhatCannotBeMeasuredKeepsItsSizeOrIsNotMade)
+{
+    CHyperLink link;
+    const CPlace place(link);
+    ASSERT_TRUE(link.SubclassDlgItem(IDC_LINK, &m_dialog));
+    CRect before, after;
+    link.GetWindowRect(&before);
+    EXPECT_FALSE(before.IsRectEmpty());
+    const CImportPatch noExtent(kLibrary, "GetTextExtentExPointW", &NoExtent);
+    link.SetAutoSize(1);
+    link.GetWindowRect(&after);
+    EXPECT_EQ(before, after);
+    CToolTip tip;
+    EXPECT_EQ(0, tip.Create(L"a text", &m_dialog, 10, 200, 5));
+    EXPECT_EQ(nullptr, tip.m_hWnd);
 }

@@ -10,6 +10,7 @@
 #include <comdef.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -22,9 +23,13 @@ int g_nUntil = -1;
 int g_nCounted = 0;
 EFails g_fails = EFails::kOne;
 const char* g_pszFailed = nullptr;
+bool g_bFaults = true;
+bool g_bRuntimeToo = false;
+int g_nMost = INT_MAX;
 
 bool FailOne()
 {
+    if (!g_bFaults) return false;
     ++g_nCounted;
     if (g_nUntil < 0) return false;
     if (g_nUntil > 0) {
@@ -57,7 +62,46 @@ long RunCalls(const Operation& operation, int nFails)
     return lResult;
 }
 
+// The next one to fail of so many. The step varies, or it could be in time with a loop of the operation.
+int Next(int i, int nCount)
+{
+    if (nCount <= g_nMost) return i + 1;
+    const int nStep = nCount / g_nMost;
+    return i + nStep + i % 2;
+}
+
 } // namespace
+
+CWithoutFaults::CWithoutFaults() : m_bBefore(g_bFaults)
+{
+    g_bFaults = false;
+}
+
+CWithoutFaults::~CWithoutFaults()
+{
+    g_bFaults = m_bBefore;
+}
+
+CRuntimeFailsToo::CRuntimeFailsToo()
+{
+    g_bRuntimeToo = true;
+}
+
+CRuntimeFailsToo::~CRuntimeFailsToo()
+{
+    g_bRuntimeToo = false;
+}
+
+CSampled::CSampled(int nMost)
+{
+    wchar_t sz[2];
+    if (!::GetEnvironmentVariableW(L"KORVANE_LONG", sz, ARRAYSIZE(sz))) g_nMost = nMost;
+}
+
+CSampled::~CSampled()
+{
+    g_nMost = INT_MAX;
+}
 
 std::ostream& operator<<(std::ostream& stream, EOutcome outcome)
 {
@@ -73,7 +117,7 @@ EOutcome Attempt(const Operation& operation, int nFails, long* plCode, EFails fa
     g_nCounted = 0;
     g_nUntil = nFails;
     g_fails = fails;
-    guard::SetFail(&FailOne);
+    guard::SetFail(&FailOne, g_bRuntimeToo ? guard::EWhose::kRuntimesToo : guard::EWhose::kOurs);
     try {
         lCode = operation();
         if (lCode < 0) outcome = EOutcome::kCode;
@@ -127,36 +171,38 @@ void FailEachAllocation(const char* pszName, const Operation& operation, EAfterw
     const int nAllocations = g_nCounted;
     EXPECT_GT(nAllocations, 0) << "there is nothing to fail";
     // The unwinder keeps what it has found out about each module that an exception passed through.
-    for (int i = 0; i < nAllocations; ++i) Attempt(operation, i);
-    int nReported = 0;
+    for (int i = 0; i < nAllocations; i = Next(i, nAllocations)) Attempt(operation, i);
+    int nTried = 0, nReported = 0;
     const int nHandles = CountHandles(), nObjects = CountGdiObjects();
-    for (int i = 0; i < 2 * nAllocations; ++i) {
-        const EFails fails = i < nAllocations ? EFails::kOne : EFails::kRest;
-        const int nFails = i % nAllocations;
-        SCOPED_TRACE("allocation " + std::to_string(nFails) + " of " + std::to_string(nAllocations) +
-                     (fails == EFails::kOne ? "" : " and all behind it"));
-        const ULONGLONG ullBefore = guard::LastBlock();
-        long lCode = 0;
-        const EOutcome outcome = Attempt(operation, nFails, &lCode, fails);
-        if (fails == EFails::kOne) {
-            nReported += outcome != EOutcome::kDone;
-            if (check) check(outcome, lCode);
-        }
-        const DWORD n = afterwards == EAfterwards::kNothingLeft ? guard::CountOurs(ullBefore) : 0;
-        if (n) {
-            ADD_FAILURE() << n << " blocks left behind";
-            guard::TellOurs(ullBefore);
-        }
-        if (fails == EFails::kOne || nFails == nAllocations - 1) {
-            EXPECT_EQ(EOutcome::kDone, Attempt(operation, -1)) << "it has not recovered";
+    for (const EFails fails : {EFails::kOne, EFails::kRest}) {
+        for (int i = 0; i < nAllocations; i = Next(i, nAllocations)) {
+            SCOPED_TRACE("allocation " + std::to_string(i) + " of " + std::to_string(nAllocations) +
+                         (fails == EFails::kOne ? "" : " and all behind it"));
+            const ULONGLONG ullBefore = guard::LastBlock();
+            long lCode = 0;
+            const EOutcome outcome = Attempt(operation, i, &lCode, fails);
+            if (fails == EFails::kOne) {
+                ++nTried;
+                nReported += outcome != EOutcome::kDone;
+                if (check) check(outcome, lCode);
+            }
+            const DWORD n = afterwards == EAfterwards::kNothingLeft ? guard::CountOurs(ullBefore) : 0;
+            if (n) {
+                ADD_FAILURE() << n << " blocks left behind";
+                guard::TellOurs(ullBefore);
+            }
+            if (fails == EFails::kOne) {
+                EXPECT_EQ(EOutcome::kDone, Attempt(operation, -1)) << "it has not recovered";
+            }
         }
     }
+    EXPECT_EQ(EOutcome::kDone, Attempt(operation, -1)) << "it has not recovered";
     if (afterwards == EAfterwards::kNothingLeft) {
         EXPECT_EQ(nHandles, CountHandles());
     }
     EXPECT_EQ(nObjects, CountGdiObjects());
     EXPECT_GT(nReported, 0) << "no failure was noticed at all";
-    std::printf("%s: %d allocations failed in turn, %d reported\n", pszName, nAllocations, nReported);
+    std::printf("%s: %d of %d allocations failed in turn, %d reported\n", pszName, nTried, nAllocations, nReported);
 }
 
 namespace faults_detail {
@@ -182,13 +228,14 @@ void FailEachCall(const char* pszName, const Operation& operation, const CallChe
     for (int i = 0; i < 2; ++i) ASSERT_GE(RunCalls(operation, -1), 0);
     const int nCalls = g_nCounted;
     EXPECT_GT(nCalls, 0) << "there is nothing to fail";
-    int nReported = 0;
-    for (int i = 0; i < nCalls; ++i) {
+    int nTried = 0, nReported = 0;
+    for (int i = 0; i < nCalls; i = Next(i, nCalls)) {
         const ULONGLONG ullBefore = guard::LastBlock();
         const int nHandles = CountHandles(), nObjects = CountGdiObjects();
         const long lResult = RunCalls(operation, i);
         SCOPED_TRACE("call " + std::to_string(i) + " of " + std::to_string(nCalls) + ", " +
                      (g_pszFailed ? g_pszFailed : "which did not come"));
+        ++nTried;
         nReported += lResult < 0;
         EXPECT_TRUE(g_pszFailed);
         check(g_pszFailed ? g_pszFailed : "", i, lResult);
@@ -200,7 +247,7 @@ void FailEachCall(const char* pszName, const Operation& operation, const CallChe
         EXPECT_EQ(nObjects, CountGdiObjects());
         EXPECT_GE(RunCalls(operation, -1), 0) << "it has not recovered";
     }
-    std::printf("%s: %d calls failed in turn, %d reported\n", pszName, nCalls, nReported);
+    std::printf("%s: %d of %d calls failed in turn, %d reported\n", pszName, nTried, nCalls, nReported);
 }
 
 CFaultTest::CFaultTest()

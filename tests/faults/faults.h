@@ -51,6 +51,41 @@ enum class EFails
     kRest
 };
 
+// While it lives, no fault is put in, and nothing is counted: what an operation does for the test itself.
+class CWithoutFaults
+{
+public:
+    CWithoutFaults();
+    ~CWithoutFaults();
+    CWithoutFaults(const CWithoutFaults&) = delete;
+    CWithoutFaults& operator=(const CWithoutFaults&) = delete;
+
+private:
+    const bool m_bBefore;
+};
+
+// While it lives, allocations that the run-time libraries make for themselves fail too: those of the C++ library's texts,
+// which are compiled into it, are of that kind.
+class CRuntimeFailsToo
+{
+public:
+    CRuntimeFailsToo();
+    ~CRuntimeFailsToo();
+    CRuntimeFailsToo(const CRuntimeFailsToo&) = delete;
+    CRuntimeFailsToo& operator=(const CRuntimeFailsToo&) = delete;
+};
+
+// While it lives, of the faults of one kind in one operation about `nMost` are tried, spread over all of it. In the long
+// form (KORVANE_LONG) all are.
+class CSampled
+{
+public:
+    explicit CSampled(int nMost);
+    ~CSampled();
+    CSampled(const CSampled&) = delete;
+    CSampled& operator=(const CSampled&) = delete;
+};
+
 // Runs the operation with its allocation number `nFails` (from 0 on) failing: malloc, new, HeapAlloc and SysAllocString
 // alike, where a module of ours asks for the memory. Negative: none fails.
 EOutcome Attempt(const Operation& operation, int nFails, long* plCode = nullptr, EFails fails = EFails::kOne);

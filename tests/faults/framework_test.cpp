@@ -3,6 +3,7 @@
 #include "controls_ids.h"
 #include "window_fixture.h"
 
+#include <cstring>
 #include <string>
 
 namespace {
@@ -21,6 +22,12 @@ protected:
             pszName, [&] { return Do(call); }, [=](const char*, int, long lResult) { EXPECT_EQ(lExpected, lResult); });
     }
 };
+
+HHOOK WINAPI NoHook(int, HOOKPROC, HINSTANCE, DWORD)
+{
+    ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+}
 
 long Made(BOOL bMade)
 {
@@ -198,4 +205,36 @@ TEST_F(FrameworkFaultTest, ADialogThatCannotBeMadeLeavesNothing)
         EXPECT_EQ(nullptr, dialog.m_hWnd);
         return Made(nResult == IDOK);
     });
+}
+
+TEST_F(FrameworkFaultTest, AModalDialogThatMemoryIsOutForIsNotModalAfterwards)
+{
+    // The template as a block of the host's, which is locked while the dialog is there.
+    const HRSRC hResource = ::FindResourceW(nullptr, MAKEINTRESOURCEW(IDD_CONTROLS), RT_DIALOG);
+    const DWORD cb = ::SizeofResource(nullptr, hResource);
+    const HGLOBAL hTemplate = ::GlobalAlloc(GMEM_MOVEABLE, cb);
+    ASSERT_NE(nullptr, hTemplate);
+    std::memcpy(::GlobalLock(hTemplate), ::LockResource(::LoadResource(nullptr, hResource)), cb);
+    ::GlobalUnlock(hTemplate);
+    CDialog dialog;
+    dialog.InitModalIndirect(hTemplate);
+    int nThrown = 0;
+    {
+        const CImportPatch noHook(kFramework, "SetWindowsHookExW", &NoHook);
+        try {
+            dialog.DoModal();
+        } catch (CMemoryException*) {
+            ++nThrown;
+        }
+    }
+    EXPECT_EQ(1, nThrown);
+    EXPECT_EQ(0u, ::GlobalFlags(hTemplate) & GMEM_LOCKCOUNT);
+    // As a dialog that is not modal, which EndDialog hides.
+    EXPECT_TRUE(dialog.CreateIndirect(hTemplate));
+    dialog.ShowWindow(SW_SHOW);
+    dialog.EndDialog(IDOK);
+    EXPECT_FALSE(dialog.IsWindowVisible());
+    dialog.DestroyWindow();
+    EXPECT_EQ(0u, ::GlobalFlags(hTemplate) & GMEM_LOCKCOUNT);
+    ::GlobalFree(hTemplate);
 }

@@ -55,10 +55,15 @@ ULONGLONG LastBlock();
 // Writes to stderr what CountOurs counts, with the stacks.
 void TellOurs(ULONGLONG ullAfter);
 
-// While it is set, asked for each block that a module of ours allocates, itself or through the run-time libraries:
-// true lets the allocation fail. NULL: nothing fails.
+// While it is set, asked for each block that a module of ours allocates, itself or through the run-time libraries, or also
+// for those that the run-time libraries allocate for themselves: true lets the allocation fail. NULL: nothing fails.
+enum class EWhose
+{
+    kOurs,
+    kRuntimesToo
+};
 using FailFunction = bool (*)();
-void SetFail(FailFunction fail);
+void SetFail(FailFunction fail, EWhose whose = EWhose::kOurs);
 
 } // namespace guard
 

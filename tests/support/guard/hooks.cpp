@@ -24,6 +24,7 @@ template <class Function> void Import(Function& function, const wchar_t* pszModu
 HANDLE g_hProcessHeap = nullptr;
 HANDLE g_hRuntimeHeap = nullptr; // of msvcrt, another one
 FailFunction g_fail = nullptr;
+EWhose g_whose = EWhose::kOurs;
 
 bool IsChecked(HANDLE hHeap)
 {
@@ -135,11 +136,14 @@ SIZE_T Alignment(const CModule* pOwner, SIZE_T cb)
     return std::max(cb & (~cb + 1), kLeast);
 }
 
-// True when the allocation is to fail: one that a module of ours asked for.
-bool ToFail(const CModule* pOwner)
+// True when the allocation is to fail: one that a module of ours asked for, or a run-time library.
+bool ToFail(const CModule* pCaller)
 {
     const FailFunction fail = g_fail;
-    return fail && pOwner && pOwner->kind == EKind::kOurs && fail();
+    if (!fail || !pCaller) return false;
+    const bool bWanted =
+        pCaller->kind == EKind::kOurs || (pCaller->kind == EKind::kRuntime && g_whose == EWhose::kRuntimesToo);
+    return bWanted && fail();
 }
 
 // The module of whoever called malloc or its like, or HeapAlloc itself, and so wants the memory. NULL when the system or a
@@ -161,7 +165,7 @@ void* New(HANDLE hHeap, DWORD dwFlags, SIZE_T cb, const void* pFrame, SIZE_T cbL
     const CModule* pOwner = Owner(pvCaller);
     const bool bOurs = pOwner && pOwner->kind == EKind::kOurs;
     void* p = nullptr;
-    if (!ToFail(pOwner)) {
+    if (!ToFail(FindModule(pvCaller))) {
         const SIZE_T cbAlignment = std::max(Alignment(pOwner, cb), cbLeast);
         p = Allocate(hHeap, cb, cbAlignment, dwFlags & HEAP_ZERO_MEMORY, bOurs ? pvCaller : nullptr, stack);
         // More blocks than there are records for: a program that holds so many is not to be told that there is no memory.
@@ -384,8 +388,9 @@ BSTR WINAPI HookSysAllocStringByteLen(LPCSTR pch, UINT cb)
 
 } // namespace
 
-void SetFail(FailFunction fail)
+void SetFail(FailFunction fail, EWhose whose)
 {
+    g_whose = whose;
     g_fail = fail;
 }
 
