@@ -32,6 +32,12 @@ CReadResult ReadIntoBuffer(CRowShared& shared)
     return {oid, cb, dwError, nProps};
 }
 
+// A larger block with what the buffer has, or the buffer of a row that got none when it was made. Null: memory is out.
+void* Enlarge(const CRowShared& shared, DWORD cbNew)
+{
+    return shared.pBuffer ? ::HeapReAlloc(shared.hHeap, 0, shared.pBuffer, cbNew) : ::HeapAlloc(shared.hHeap, 0, cbNew);
+}
+
 // Puts the string value of a field at *pText, with its terminator, and moves *pText behind it.
 void AppendText(BYTE*& pText, const _variant_t& value)
 {
@@ -80,7 +86,7 @@ long CRow::ReadFromDB()
         shared.MakeValues(); // their texts are where the buffer is now
         const DWORD cbNew = read.cbNeeded + kSpareBytes;
         ::SetLastError(0);
-        void* const pNew = ::HeapReAlloc(shared.hHeap, 0, shared.pBuffer, cbNew);
+        void* const pNew = Enlarge(shared, cbNew);
         const DWORD dwError = ::GetLastError();
         if (pNew) shared.pBuffer = static_cast<BYTE*>(pNew);
         if (!pNew || dwError != 0) KORVANE_RAISE(kSource, 78, E_FAIL, L"Call to function HeapReAlloc(...) failed");
@@ -114,13 +120,13 @@ long CRow::WriteToDB()
         cbNeeded += (static_cast<ULONGLONG>(::SysStringLen(V_BSTR(&value))) + 1) * sizeof(wchar_t);
     }
 
-    const SIZE_T cbHas = ::HeapSize(shared.hHeap, 0, shared.pBuffer);
+    const SIZE_T cbHas = shared.pBuffer ? ::HeapSize(shared.hHeap, 0, shared.pBuffer) : 0;
     if (cbHas == static_cast<SIZE_T>(-1)) KORVANE_RAISE(kSource, 327, E_FAIL, L"Call to funcion HeapSize(...) failed");
     ::SetLastError(0);
-    if (cbHas < cbNeeded) {
+    if (!shared.pBuffer || cbHas < cbNeeded) {
         const bool bPossible = cbNeeded <= MAXDWORD - kSpareBytes;
         const DWORD cbNew = static_cast<DWORD>(cbNeeded) + kSpareBytes;
-        void* const pNew = bPossible ? ::HeapReAlloc(shared.hHeap, 0, shared.pBuffer, cbNew) : nullptr;
+        void* const pNew = bPossible ? Enlarge(shared, cbNew) : nullptr;
         if (!pNew) KORVANE_RAISE(kSource, 335, E_FAIL, L"Call to function HeapRealloc(...) failed");
         shared.pBuffer = static_cast<BYTE*>(pNew);
         shared.cbBuffer = cbNew;

@@ -145,6 +145,25 @@ TEST_F(AllocationTest, ATableThatMemoryIsOutForIsACodeOrAnException)
     });
 }
 
+TEST_F(AllocationTest, ARowThatGotNoBufferMakesOneWhenItIsWritten)
+{
+    CSmartPtr<CRow> row;
+    const auto open = [&] { return m_connection.OpenTable(L"Items", row); };
+    // Whichever of its allocations fails, a row that there is nevertheless can be written.
+    int nWritten = 0;
+    for (int i = 0; i < 20; ++i) {
+        row = nullptr;
+        if (Attempt(open, i) != EOutcome::kDone) continue;
+        _variant_t name = Bstr(L"one");
+        EXPECT_EQ(0, row->AddNew());
+        EXPECT_EQ(0, row->setVal(L"Name", name));
+        EXPECT_EQ(0, row->WriteToDB());
+        EXPECT_EQ(0, row->Delete());
+        ++nWritten;
+    }
+    EXPECT_GT(nWritten, 0);
+}
+
 TEST_F(AllocationTest, ARegistryKeyThatCannotBeMadeIsNullAndATextIsTheKeysError)
 {
     CSmartPtr<CRegistryKey> root = CRegistryKey::HK_CURRENT_USER;
