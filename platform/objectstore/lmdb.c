@@ -267,7 +267,8 @@ static int page_is_sound(const MDB_page* p, size_t number, size_t end, int taken
     if (p->mp_pgno != number) return 0;
     if (flags == P_OVERFLOW) return p->mp_pages >= 1 && p->mp_pages <= end - number;
     if (flags != P_BRANCH && flags != P_LEAF) return 0;
-    if (p->mp_lower < PAGEHDRSZ || p->mp_lower > p->mp_upper || p->mp_upper > KV_PAGE_BYTES || (p->mp_lower & 1))
+    if (p->mp_lower < PAGEHDRSZ || p->mp_lower > p->mp_upper || p->mp_upper > KV_PAGE_BYTES ||
+        ((p->mp_lower | p->mp_upper) & 1))
         return 0;
     keys = NUMKEYS(p);
     if (!taken && keys < (flags == P_BRANCH ? 2u : 1u)) return 0;

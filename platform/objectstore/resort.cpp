@@ -9,7 +9,6 @@ DWORD COrderBuilder::Collect(CAccess& access, COpenVolume& volume, CDatabase& da
     CTreeCursor cursor(volume.Engine());
     CByteBuffer key;
     CRecordView record;
-    CField field;
     const CSmallKey<5> prefix = RecordPrefix(database.Oid());
     for (bool bOn = cursor.SeekAtLeast(access, prefix); bOn && cursor.Key().cb == 9 && StartsWith(cursor.Key(), prefix);
          bOn = cursor.Next(access)) {

@@ -102,6 +102,32 @@ TEST_F(CheckTest, ADamagedPageIsFound)
     EXPECT_EQ("", CheckVolume(m_guid));
 }
 
+// Entries lie on even addresses. A page whose room ends at an odd one looks sound until an entry is put into it.
+TEST_F(CheckTest, APageWithAnOddBoundIsDamaged)
+{
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    const CImage image = ReadWholeFile(m_strPath);
+    int nFound = 0;
+    for (size_t nPage = 4; nPage < image.size() / kPageBytes; ++nPage) {
+        CImage damaged = image;
+        SetImageWord(damaged, nPage, 8, ImageWord(image, nPage, 8) - 0x00010000); // the upper of its two bounds
+        WriteWholeFile(m_strPath, damaged);
+        CEGUID guid;
+        const bool bMounted = ::CeMountDBVol(&guid, m_strPath.data(), OPEN_EXISTING);
+        if (!bMounted || !::CeCheckDBVol(&guid, nullptr, 0)) {
+            EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_CORRUPT), ::GetLastError());
+            ++nFound;
+        }
+        if (bMounted) {
+            EXPECT_WORKS(::CeUnmountDBVol(&guid));
+        }
+    }
+    EXPECT_GT(nFound, 5) << "of " << image.size() / kPageBytes << " pages, some of them free";
+    WriteWholeFile(m_strPath, image);
+    m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+    EXPECT_EQ("", CheckVolume(m_guid));
+}
+
 TEST_F(CheckTest, ALongSentenceIsCutToTheBuffer)
 {
     EXPECT_NE(L"", ProblemAfter({'n', 'a', 'm', 'e', ' ', '7', '7', 0xA5}, {'N'}));
