@@ -77,9 +77,22 @@ DWORD CVolumeState::PrepareFile(DWORD dwDisposition, bool bNew, bool bOthers, CV
     if (bLeftInThisRun) return bMetasSound ? ERROR_SUCCESS : ERROR_FILE_CORRUPT;
     // In use during another run of the system: what came after the flush may have reached the disk in part. And closed
     // volumes have nothing after the flush.
-    if (!bMetasSound || std::memcmp(&committed, &header.flushed, sizeof committed) != 0)
-        return RestoreFlushed(hFile, header);
-    return ERROR_SUCCESS;
+    if (bMetasSound && std::memcmp(&committed, &header.flushed, sizeof committed) == 0) return ERROR_SUCCESS;
+    if (!bNew && !bToBeEmptied) replaced.assign(image, image + 2 * kPageBytes);
+    return RestoreFlushed(hFile, header);
+}
+
+// The volume is refused after all.
+void CVolumeState::PutBack()
+{
+    if (!replaced.empty()) WriteAt(hFile, 0, replaced.data(), static_cast<DWORD>(replaced.size()));
+    replaced.clear();
+}
+
+void CVolume::Accept()
+{
+    m_pState->bAccepted = true;
+    m_pState->replaced.clear();
 }
 
 DWORD CVolumeState::OpenEnvironment()
@@ -169,6 +182,7 @@ DWORD CVolumeState::Open(DWORD dwDisposition, bool bCreated)
         }
         if (dwError != ERROR_SUCCESS) shared.Leave();
     }
+    if (dwError != ERROR_SUCCESS) PutBack();
     return dwError;
 }
 
@@ -191,7 +205,7 @@ DWORD CVolumeState::Close()
     }
     const bool bLast = !shared.OthersAreHere();
     // A volume that was only read was never marked, and is left as it is.
-    if (shared->bInUseMarked || (bLast && shared->bNeedsRecovery)) {
+    if (shared->bInUseMarked || (bLast && shared->bNeedsRecovery && bAccepted)) {
         if (shared->bNeedsRecovery) dwError = Recover();
         if (dwError == ERROR_SUCCESS) dwError = FlushLocked();
         if (dwError == ERROR_SUCCESS && bLast) dwError = WriteVolumeHeader(false);
@@ -209,6 +223,7 @@ DWORD CVolumeState::Close()
             ::SetEndOfFile(hFile);
         }
     }
+    if (bLast && !shared->bInUseMarked) PutBack();
     shared.Unlock();
     shared.Leave();
     return dwError;

@@ -39,6 +39,9 @@ public:
     // ERROR_REVISION_MISMATCH (another version), ERROR_SHARING_VIOLATION (to be emptied, but open in some process).
     static DWORD Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr<CVolume>& volume, bool& bExisted);
 
+    // Who has opened the volume says so when its content is sound too. Without it, the file is left as it was found.
+    void Accept();
+
     // Abandons an open batch, flushes, and lets the file go; the last process to do so cuts it to its content.
     ~CVolume();
     CVolume(const CVolume&) = delete;

@@ -21,6 +21,7 @@ DWORD COpenVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique
     if (dwError != ERROR_SUCCESS) return dwError;
     dwError = opened->Prepare();
     if (dwError == ERROR_SUCCESS) {
+        opened->m_pEngine->Accept();
         volume = std::move(opened);
     } else if (!bExisted) {
         const std::wstring strPath = opened->m_pEngine->Path();

@@ -42,6 +42,8 @@ struct CVolumeState
     ULONGLONG ullVersion = 1;            // see CAccess::ContentVersion
     DWORD dwSeenTxn = 0;                 // the committed state that ullVersion stands for
     kv_pages pages = {};
+    bool bAccepted = false;         // its content is sound too: not before is anything in the file put in order
+    std::vector<BYTE> replaced;     // until then, the metas as they were found, if opening put others there
     std::vector<CChangeNote> notes; // of the present write access or the batch: told when it has ended well
 
     ~CVolumeState();
@@ -49,6 +51,7 @@ struct CVolumeState
     DWORD Open(DWORD dwDisposition, bool bCreated);
     DWORD OpenEnvironment();
     DWORD PrepareFile(DWORD dwDisposition, bool bNew, bool bOthers, CVolumeHeader& header);
+    void PutBack();
     DWORD AdoptFlushed();
     void SeeCommitted();
     DWORD BeginReading();

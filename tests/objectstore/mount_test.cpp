@@ -288,6 +288,35 @@ TEST_F(MountTest, AVolumeOfAnotherVersionIsRefusedAndLeftAlone)
     }
 }
 
+// What a killed process, or a power cut, has left is put in order only once the volume is accepted.
+TEST_F(MountTest, AVolumeWithContentOfAnotherVersionIsLeftAsItWasLeft)
+{
+    MakeDatabase(m_guid, L"flushed");
+    ASSERT_WORKS(::CeFlushDBVol(&m_guid));
+    const CDb db = OpenDb(m_guid, MakeDatabase(m_guid, L"later"));
+    for (int i = 0; i < 50; ++i) ASSERT_WORKS(Write(db, 0, CProps().I4(1, i)));
+    CImage image = ReadWholeFile(m_strPath); // in use
+    // The volume record's entry: its size, flags, the length of its key, the key, the version.
+    const std::vector<BYTE> entry = {20, 0, 0, 0, 0, 0, 1, 0, 1, 1, 0, 0, 0};
+    int nFound = 0;
+    for (auto at = image.begin();; ++nFound) {
+        at = std::search(at, image.end(), entry.begin(), entry.end());
+        if (at == image.end()) break;
+        at[9] = 2;
+    }
+    ASSERT_GT(nFound, 0);
+    CImage ofEarlierRun = image;
+    ChangeBootMark(ofEarlierRun);
+    const std::wstring strPath = m_folder.File(L"refused");
+    for (const CImage& one : {image, ofEarlierRun}) {
+        WriteWholeFile(strPath, one);
+        for (const DWORD dwFlags : {OPEN_EXISTING, OPEN_ALWAYS}) {
+            ExpectRefusal(strPath, dwFlags, ERROR_REVISION_MISMATCH);
+            EXPECT_TRUE(one == ReadWholeFile(strPath));
+        }
+    }
+}
+
 TEST_F(MountTest, OneSoundHeaderIsEnough)
 {
     const CEOID oid = MakeDatabase(m_guid, L"notes");
