@@ -33,6 +33,15 @@ lmdb_replace("\t\t\tif (split_indx == newindx) {" "\t\t\tsplit_indx = kv_split_p
 # A page is looked at before it is trusted, and looked at again after it was given to a large value.
 lmdb_replace("\nsearch_done:\n" "\nsearch_done:\n\tkv_page_taken(env, pgno, num);\n")
 lmdb_replace("done:\n\t*ret = p;" "\tif (!kv_page_is_sound(env, p, pgno, txn->mt_next_pgno)) {\n\t\ttxn->mt_flags |= MDB_TXN_ERROR;\n\t\treturn MDB_CORRUPTED;\n\t}\ndone:\n\t*ret = p;")
+# What a branch leads to must be a page of its level, and what a large value's entry leads to a large page: LMDB asserts it.
+lmdb_replace("if ((rc = mdb_page_get(mc, NODEPGNO(node), &mp, NULL)) != 0)" "if ((rc = mdb_page_get(mc, NODEPGNO(node), &mp, NULL)) != 0 ||\n\t\t\t(rc = kv_tree_page(mc, mp, mc->mc_snum, mc->mc_db->md_depth)) != 0)")
+lmdb_replace("if ((rc = mdb_page_get(mc, root, &mc->mc_pg[0], NULL)) != 0)" "if ((rc = mdb_page_get(mc, root, &mc->mc_pg[0], NULL)) != 0 ||\n\t\t\t(rc = kv_tree_page(mc, mc->mc_pg[0], 0, mc->mc_db->md_depth)) != 0)")
+lmdb_replace("if ((rc = mdb_page_get(mc, NODEPGNO(indx), &mp, NULL)) != 0) {" "if ((rc = mdb_page_get(mc, NODEPGNO(indx), &mp, NULL)) != 0 ||\n\t\t(rc = kv_tree_page(mc, mp, mc->mc_snum, mc->mc_db->md_depth)) != 0) {")
+lmdb_replace("rc = mdb_page_get(mc, mc->mc_db->md_root, &mc->mc_pg[0], NULL);" "rc = mdb_page_get(mc, mc->mc_db->md_root, &mc->mc_pg[0], NULL);\n\t\t\tif (!rc) rc = kv_tree_page(mc, mc->mc_pg[0], 0, mc->mc_db->md_depth - 1);")
+lmdb_replace("rc = mdb_page_get(mc, NODEPGNO(node), &mn.mc_pg[mn.mc_top], NULL);" "rc = mdb_page_get(mc, NODEPGNO(node), &mn.mc_pg[mn.mc_top], NULL);\n\t\tif (!rc) rc = kv_tree_page(mc, mn.mc_pg[mn.mc_top], mn.mc_top, mc->mc_db->md_depth);")
+lmdb_replace("if ((rc = mdb_page_get(mc, pgno, &omp, NULL)) != 0) {" "if ((rc = mdb_page_get(mc, pgno, &omp, NULL)) != 0 ||\n\t\t(rc = kv_large_page(mc, omp, data->mv_size)) != 0) {")
+lmdb_replace("if ((rc2 = mdb_page_get(mc, pg, &omp, &level)) != 0)" "if ((rc2 = mdb_page_get(mc, pg, &omp, &level)) != 0 ||\n\t\t\t\t(rc2 = kv_large_page(mc, omp, olddata.mv_size)) != 0)")
+lmdb_replace("if ((rc = mdb_page_get(mc, pg, &omp, NULL)) ||" "if ((rc = mdb_page_get(mc, pg, &omp, NULL)) ||\n\t\t\t(rc = kv_large_page(mc, omp, NODEDSZ(leaf))) ||")
 
 # What a search in a page may look at next is on its way from memory while it looks at the present one.
 lmdb_replace("\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);" "\t\t\tkv_fetch_nodes(mp, low, high, nkeys);\n\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);")

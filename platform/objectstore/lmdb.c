@@ -1,4 +1,4 @@
-/* LMDB, compiled with what korvanestore needs inside it. cmake/LmdbSource.cmake puts calls of the four static functions
+/* LMDB, compiled with what korvanestore needs inside it. cmake/LmdbSource.cmake puts calls of the static functions
  * declared here into its source; the rest serves engine.cpp through lmdb_ext.h.
  *
  * Why it is not enough to use LMDB as it is:
@@ -11,7 +11,8 @@
  *    next table begins on. LMDB splits such a page in halves, and no page would ever be more than half full
  *    (kv_split_point).
  *  - LMDB believes what it reads. A volume may come from a stranger: each page is checked when this process first meets
- *    it (kv_page_is_sound), and again when it was given to a large value (kv_page_taken).
+ *    it (kv_page_is_sound), and again when it was given to a large value (kv_page_taken); and whenever it is reached it
+ *    must be of the kind that is wanted there (kv_tree_page, kv_large_page).
  *  - The volume has its file open already, and has looked at it. LMDB gets that handle (kv_take_file) instead of opening
  *    the file once more, which would take longer than all that it does itself.
  */
@@ -25,6 +26,8 @@ static int kv_hold_pages(MDB_txn* txn);
 static int kv_reuse_forbidden(MDB_env* env);
 static void kv_page_taken(MDB_env* env, size_t page, int count);
 static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_t end);
+static int kv_tree_page(MDB_cursor* cursor, const void* page, unsigned level, unsigned depth);
+static int kv_large_page(MDB_cursor* cursor, const void* page, size_t bytes);
 static void kv_fetch_nodes(const void* page, int low, int high, unsigned count);
 static int kv_split_point(const void* page, const MDB_val* key, size_t node_bytes, int place, int proposed,
                           size_t room);
@@ -292,6 +295,27 @@ static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_
     if (number < KV_RESERVED_PAGES || !page_is_sound(page, number, end, pages->use[number] == USE_TAKEN)) return 0;
     pages->use[number] = USE_SOUND;
     return 1;
+}
+
+static int is_corrupted(MDB_cursor* cursor)
+{
+    cursor->mc_txn->mt_flags |= MDB_TXN_ERROR;
+    return MDB_CORRUPTED;
+}
+
+/* A page, itself sound, where the tree leads to it: at this level, the root's being 0. Taken for a page of another kind,
+ * it would be read beyond its end. */
+static int kv_tree_page(MDB_cursor* cursor, const void* page, unsigned level, unsigned depth)
+{
+    const MDB_page* p = page;
+    return (level + 1 == depth ? IS_LEAF(p) : IS_BRANCH(p)) ? 0 : is_corrupted(cursor);
+}
+
+/* Likewise the first of the pages of a large value. */
+static int kv_large_page(MDB_cursor* cursor, const void* page, size_t bytes)
+{
+    const MDB_page* p = page;
+    return IS_OVERFLOW(p) && p->mp_pages >= OVPAGES(bytes, KV_PAGE_BYTES) ? 0 : is_corrupted(cursor);
 }
 
 /* ---- States and metas ----------------------------------------------------------------------------------------- */
