@@ -43,6 +43,9 @@ lmdb_replace("if ((rc = mdb_page_get(mc, pgno, &omp, NULL)) != 0) {" "if ((rc = 
 lmdb_replace("if ((rc2 = mdb_page_get(mc, pg, &omp, &level)) != 0)" "if ((rc2 = mdb_page_get(mc, pg, &omp, &level)) != 0 ||\n\t\t\t\t(rc2 = kv_large_page(mc, omp, olddata.mv_size)) != 0)")
 lmdb_replace("if ((rc = mdb_page_get(mc, pg, &omp, NULL)) ||" "if ((rc = mdb_page_get(mc, pg, &omp, NULL)) ||\n\t\t\t(rc = kv_large_page(mc, omp, NODEDSZ(leaf))) ||")
 
+# A walk that comes to another page has got on.
+lmdb_replace("if ((rc = mdb_cursor_sibling(mc, 1)) != MDB_SUCCESS) {" "if ((rc = mdb_cursor_sibling(mc, 1)) != MDB_SUCCESS || (rc = kv_next_page(mc)) != MDB_SUCCESS) {")
+lmdb_replace("if ((rc = mdb_cursor_sibling(mc, 0)) != MDB_SUCCESS) {" "if ((rc = mdb_cursor_sibling(mc, 0)) != MDB_SUCCESS || (rc = kv_next_page(mc)) != MDB_SUCCESS) {")
 # What a search in a page may look at next is on its way from memory while it looks at the present one.
 lmdb_replace("\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);" "\t\t\tkv_fetch_nodes(mp, low, high, nkeys);\n\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);")
 # The file is opened once, by the volume, which also closes it; reading it needs no completion.

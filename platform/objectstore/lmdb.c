@@ -12,7 +12,7 @@
  *    (kv_split_point).
  *  - LMDB believes what it reads. A volume may come from a stranger: each page is checked when this process first meets
  *    it (kv_page_is_sound), and again when it was given to a large value (kv_page_taken); and whenever it is reached it
- *    must be of the kind that is wanted there (kv_tree_page, kv_large_page).
+ *    must be of the kind that is wanted there (kv_tree_page, kv_large_page), and a walk must get on (kv_next_page).
  *  - The volume has its file open already, and has looked at it. LMDB gets that handle (kv_take_file) instead of opening
  *    the file once more, which would take longer than all that it does itself.
  */
@@ -27,6 +27,7 @@ static int kv_reuse_forbidden(MDB_env* env);
 static void kv_page_taken(MDB_env* env, size_t page, int count);
 static int kv_page_is_sound(MDB_env* env, const void* page, size_t number, size_t end);
 static int kv_tree_page(MDB_cursor* cursor, const void* page, unsigned level, unsigned depth);
+static int kv_next_page(MDB_cursor* cursor);
 static int kv_large_page(MDB_cursor* cursor, const void* page, size_t bytes);
 static void kv_fetch_nodes(const void* page, int low, int high, unsigned count);
 static int kv_split_point(const void* page, const MDB_val* key, size_t node_bytes, int place, int proposed,
@@ -311,7 +312,31 @@ static int kv_tree_page(MDB_cursor* cursor, const void* page, unsigned level, un
     return (level + 1 == depth ? IS_LEAF(p) : IS_BRANCH(p)) ? 0 : is_corrupted(cursor);
 }
 
-/* Likewise the first of the pages of a large value. */
+/* Whether the key that a walk begins a page with lies between all the separating keys that lead there. So a walk meets no
+ * page twice, and ends, where branches lead to the same pages over and over. */
+static int kv_next_page(MDB_cursor* cursor)
+{
+    const MDB_page* const page = cursor->mc_pg[cursor->mc_top];
+    MDB_val key, separator;
+    unsigned level;
+    if (NUMKEYS(page) == 0) return 0; /* only within a transaction */
+    MDB_GET_KEY2(NODEPTR(page, 0), key);
+    for (level = 0; level < cursor->mc_top; level++) {
+        const MDB_page* const branch = cursor->mc_pg[level];
+        const unsigned place = cursor->mc_ki[level];
+        if (place > 0) { /* a branch's first entry has no key */
+            MDB_GET_KEY2(NODEPTR(branch, place), separator);
+            if (cursor->mc_dbx->md_cmp(&separator, &key) > 0) return is_corrupted(cursor);
+        }
+        if (place + 1 < NUMKEYS(branch)) {
+            MDB_GET_KEY2(NODEPTR(branch, place + 1), separator);
+            if (cursor->mc_dbx->md_cmp(&key, &separator) >= 0) return is_corrupted(cursor);
+        }
+    }
+    return 0;
+}
+
+/* The first of the pages of a large value where an entry leads to it. */
 static int kv_large_page(MDB_cursor* cursor, const void* page, size_t bytes)
 {
     const MDB_page* p = page;

@@ -128,34 +128,37 @@ TEST_F(CheckTest, APageWithAnOddBoundIsDamaged)
     EXPECT_EQ("", CheckVolume(m_guid));
 }
 
-// A branch that stands where a leaf belongs would be read as one, beyond its end.
-TEST_F(CheckTest, AWalkStopsWhereATreeLeadsToAPageOfAnotherKind)
+// A branch where a leaf belongs would be read beyond its end; branches that lead to the same page over and over make a
+// walk that takes a lifetime.
+TEST_F(CheckTest, AWalkStopsWhereATreeLeadsToAWrongPage)
 {
     EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
     const CImage image = ReadWholeFile(m_strPath);
     const auto half = [&](size_t nPage, size_t nOffset) { return ImageWord(image, nPage, nOffset) & 0xFFFF; };
+    const auto child = [&](size_t nPage, size_t nEntry) { return half(nPage, half(nPage, 12 + 2 * nEntry)); };
     int nDamaged = 0;
     for (size_t nPage = 4; nPage < image.size() / kPageBytes; ++nPage) {
-        if (half(nPage, 6) != 1) continue; // no branch
-        CImage damaged = image;
-        const size_t nSecond = half(nPage, 14);
-        SetImageWord(damaged, nPage, nSecond,
-                     (ImageWord(image, nPage, nSecond) & 0xFFFF0000) | nPage); // leads to itself
-        WriteWholeFile(m_strPath, damaged);
-        CEGUID guid = MountVolume(m_strPath, OPEN_EXISTING);
-        if (!::CeCheckDBVol(&guid, nullptr, 0)) { // else it is free
-            ++nDamaged;
-            int nStopped = 0;
-            for (const CEPROPID propid : {CEPROPID(0), kNumber, kName}) {
-                CEOID oid = 0;
-                const CDb db(::CeOpenDatabaseEx(&guid, &oid, const_cast<LPWSTR>(L"checked"), propid, 0, nullptr));
-                DWORD dwHow = CEDB_SEEK_BEGINNING;
-                while (::CeSeekDatabase(db, dwHow, dwHow == CEDB_SEEK_CURRENT, nullptr)) dwHow = CEDB_SEEK_CURRENT;
-                if (::GetLastError() == ERROR_FILE_CORRUPT) ++nStopped;
+        if (half(nPage, 6) != 1 || half(nPage, 8) < 18) continue; // no branch, or one of two entries
+        for (const size_t nWrong : {nPage, size_t(child(nPage, 0)), size_t(child(nPage, 2))}) {
+            CImage damaged = image;
+            const size_t nSecond = half(nPage, 14);
+            SetImageWord(damaged, nPage, nSecond, (ImageWord(image, nPage, nSecond) & 0xFFFF0000) | nWrong);
+            WriteWholeFile(m_strPath, damaged);
+            CEGUID guid = MountVolume(m_strPath, OPEN_EXISTING);
+            if (!::CeCheckDBVol(&guid, nullptr, 0)) { // else it is free
+                ++nDamaged;
+                int nStopped = 0;
+                for (const CEPROPID propid : {CEPROPID(0), kNumber, kName}) {
+                    CEOID oid = 0;
+                    const CDb db(::CeOpenDatabaseEx(&guid, &oid, const_cast<LPWSTR>(L"checked"), propid, 0, nullptr));
+                    DWORD dwHow = CEDB_SEEK_BEGINNING;
+                    while (::CeSeekDatabase(db, dwHow, dwHow == CEDB_SEEK_CURRENT, nullptr)) dwHow = CEDB_SEEK_CURRENT;
+                    if (::GetLastError() == ERROR_FILE_CORRUPT) ++nStopped;
+                }
+                EXPECT_GT(nStopped, 0) << "page " << nPage << " leads to " << nWrong;
             }
-            EXPECT_GT(nStopped, 0) << "page " << nPage;
+            EXPECT_WORKS(::CeUnmountDBVol(&guid));
         }
-        EXPECT_WORKS(::CeUnmountDBVol(&guid));
     }
     EXPECT_GT(nDamaged, 0);
     WriteWholeFile(m_strPath, image);
