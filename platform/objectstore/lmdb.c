@@ -304,12 +304,23 @@ static int is_corrupted(MDB_cursor* cursor)
     return MDB_CORRUPTED;
 }
 
+/* The keys of the list of free pages are numbers, and compared as such whatever their size says. */
+static int has_number_keys(const MDB_page* p)
+{
+    unsigned i;
+    for (i = IS_LEAF(p) ? 0 : 1; i < NUMKEYS(p); i++) { /* a branch's first entry has no key */
+        if (NODEKSZ(NODEPTR((MDB_page*)p, i)) != sizeof(txnid_t)) return 0;
+    }
+    return 1;
+}
+
 /* A page, itself sound, where the tree leads to it: at this level, the root's being 0. Taken for a page of another kind,
  * it would be read beyond its end. */
 static int kv_tree_page(MDB_cursor* cursor, const void* page, unsigned level, unsigned depth)
 {
     const MDB_page* p = page;
-    return (level + 1 == depth ? IS_LEAF(p) : IS_BRANCH(p)) ? 0 : is_corrupted(cursor);
+    if (!(level + 1 == depth ? IS_LEAF(p) : IS_BRANCH(p))) return is_corrupted(cursor);
+    return cursor->mc_dbi != FREE_DBI || has_number_keys(p) ? 0 : is_corrupted(cursor);
 }
 
 /* Whether the key that a walk begins a page with lies between all the separating keys that lead there. So a walk meets no
@@ -725,7 +736,22 @@ static int use_page(MDB_txn* txn, uint8_t* used_map, pgno_t page, uint32_t count
     return 1;
 }
 
-static int list_tree(MDB_txn* txn, pgno_t root, unsigned depth, uint8_t* used_map, uint32_t* bad)
+/* Keys ascend, from `low` on and below `high`, which may be null. */
+static int keys_are_in_order(MDB_cmp_func* compare, const MDB_page* p, const MDB_val* low, const MDB_val* high)
+{
+    const unsigned first = IS_LEAF(p) ? 0 : 1;
+    MDB_val before, key;
+    unsigned i;
+    for (i = first; i < NUMKEYS(p); i++) {
+        MDB_GET_KEY2(NODEPTR((MDB_page*)p, i), key);
+        if (i > first ? compare(&before, &key) >= 0 : low && compare(low, &key) > 0) return 0;
+        before = key;
+    }
+    return !high || NUMKEYS(p) <= first || compare(&before, high) < 0;
+}
+
+static int list_tree(MDB_txn* txn, int tree, pgno_t root, unsigned depth, const MDB_val* low, const MDB_val* high,
+                     uint8_t* used_map, uint32_t* bad)
 {
     const MDB_page* p = (const MDB_page*)(txn->mt_env->me_map + (size_t)KV_PAGE_BYTES * root);
     unsigned i;
@@ -733,10 +759,17 @@ static int list_tree(MDB_txn* txn, pgno_t root, unsigned depth, uint8_t* used_ma
     if (!depth || !use_page(txn, used_map, root, 1) || !page_is_sound(p, root, txn->mt_next_pgno, 0))
         return MDB_CORRUPTED;
     if (depth == 1 ? !IS_LEAF(p) : !IS_BRANCH(p)) return MDB_CORRUPTED;
+    if (tree == FREE_DBI && !has_number_keys(p)) return MDB_CORRUPTED;
+    if (!keys_are_in_order(txn->mt_dbxs[tree].md_cmp, p, low, high)) return MDB_CORRUPTED;
     for (i = 0; i < NUMKEYS(p); i++) {
         const MDB_node* node = NODEPTR(p, i);
         if (IS_BRANCH(p)) {
-            const int rc = list_tree(txn, NODEPGNO(node), depth - 1, used_map, bad);
+            MDB_val begin, end;
+            int rc;
+            MDB_GET_KEY2(node, begin);
+            if (i + 1 < NUMKEYS(p)) MDB_GET_KEY2(NODEPTR((MDB_page*)p, i + 1), end);
+            rc = list_tree(txn, tree, NODEPGNO(node), depth - 1, i > 0 ? &begin : low, i + 1 < NUMKEYS(p) ? &end : high,
+                           used_map, bad);
             if (rc) return rc;
             *bad = root;
         } else if (node->mn_flags & F_BIGDATA) {
@@ -762,7 +795,7 @@ int kv_list_used(MDB_txn* txn, uint8_t* used_map, uint32_t* page)
     for (tree = 0; tree < CORE_DBS; tree++) {
         const MDB_db* db = &txn->mt_dbs[tree];
         if (db->md_root != P_INVALID) {
-            const int rc = list_tree(txn, db->md_root, db->md_depth, used_map, page);
+            const int rc = list_tree(txn, tree, db->md_root, db->md_depth, NULL, NULL, used_map, page);
             if (rc) return rc;
         }
     }

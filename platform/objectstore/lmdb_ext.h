@@ -86,7 +86,7 @@ int kv_free_held(MDB_txn* txn, const uint8_t* held);
 /* Sets the bits of all listed free pages and checks the list: MDB_CORRUPTED for a list that contradicts itself. */
 int kv_list_free(MDB_txn* txn, uint8_t* free_map);
 /* Sets the bits of all pages that the two trees use. MDB_CORRUPTED, and the page's number in *page, for one that is used
- * twice, lies outside, or makes no sense. */
+ * twice, lies outside, or makes no sense, or whose keys are not in order or belong elsewhere. */
 int kv_list_used(MDB_txn* txn, uint8_t* used_map, uint32_t* page);
 
 /* Steps a cursor that stands on an entry of the main tree to the next one of the same page, which is what most steps

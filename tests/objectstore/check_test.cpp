@@ -166,6 +166,35 @@ TEST_F(CheckTest, AWalkStopsWhereATreeLeadsToAWrongPage)
     EXPECT_EQ("", CheckVolume(m_guid));
 }
 
+// All pages are there, and a walk meets every record; but a search is led past some.
+TEST_F(CheckTest, ASeparatorThatLeadsAstrayIsFound)
+{
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    const CImage image = ReadWholeFile(m_strPath);
+    const auto half = [&](size_t nPage, size_t nOffset) { return ImageWord(image, nPage, nOffset) & 0xFFFF; };
+    int nFound = 0;
+    for (size_t nPage = 4; nPage < image.size() / kPageBytes; ++nPage) {
+        if (half(nPage, 6) != 1) continue; // no branch
+        for (size_t nEntry = 1; nEntry < (half(nPage, 8) - 12) / 2; ++nEntry) {
+            const size_t nOffset = half(nPage, 12 + 2 * nEntry), cbKey = half(nPage, nOffset + 6);
+            if (cbKey != 9) continue; // no record's
+            CImage damaged = image;
+            --damaged[nPage * kPageBytes + nOffset + 8 + cbKey - 1];
+            WriteWholeFile(m_strPath, damaged);
+            CEGUID guid = MountVolume(m_strPath, OPEN_EXISTING);
+            if (!::CeCheckDBVol(&guid, nullptr, 0)) {
+                EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_CORRUPT), ::GetLastError());
+                ++nFound;
+            }
+            EXPECT_WORKS(::CeUnmountDBVol(&guid));
+        }
+    }
+    EXPECT_GT(nFound, 0);
+    WriteWholeFile(m_strPath, image);
+    m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+    EXPECT_EQ("", CheckVolume(m_guid));
+}
+
 TEST_F(CheckTest, ALongSentenceIsCutToTheBuffer)
 {
     EXPECT_NE(L"", ProblemAfter({'n', 'a', 'm', 'e', ' ', '7', '7', 0xA5}, {'N'}));
