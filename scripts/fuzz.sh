@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # fuzz.sh TARGET [SECONDS]: looks for inputs that break a reader, natively, with libFuzzer and AddressSanitizer; 60 seconds
 # unless told otherwise. "fuzz.sh all [SECONDS]" takes one target after the other.
-#   targets: numbers streams paths times icons pictures templates records tables
+#   targets: numbers streams paths times icons pictures templates records tables volumes
 # It starts from tests/fuzz/corpus/TARGET and keeps what it finds in build/fuzz/TARGET. An input that breaks something is
 # written to build/fuzz/TARGET.broken-*: mend the fault and put the input into the corpus, which ./test replays.
 #   fuzz.sh --keep TARGET    adds to the corpus what reaches code that it did not reach, at most 1,024 bytes each
@@ -23,9 +23,10 @@ declare -A sources=(
     [templates]="platform/framework/dialogtemplate.cpp"
     [records]="platform/objectstore/record.cpp"
     [tables]="tools/kvol/csv.cpp tools/kvol/json_source.cpp tools/kvol/source.cpp tools/kvol/text.cpp tools/kvol/value.cpp tools/kvol/infer.cpp"
+    [volumes]="$(printf '%s ' platform/objectstore/*.{cpp,c}) tests/fuzz/volume_bases.cpp tests/fuzz/volume_edits.cpp"
 )
 if [[ $target == all ]]; then
-    for target in numbers streams paths times icons pictures templates records tables; do
+    for target in numbers streams paths times icons pictures templates records tables volumes; do
         scripts/fuzz.sh "$target" "$seconds"
     done
     exit
@@ -38,11 +39,11 @@ scripts/setup.sh clang libclang-rt-14-dev libc6-dev-i386 lib32stdc++-12-dev
 work=build/fuzz
 mkdir -p $work/objects "$work/$target"
 # The C++ library's ready-made wide strings have characters of 32 bits; with assertions, strings are made anew.
-flags=(-m32 -fshort-wchar -std=c++17 -O1 -g -msse2 -mfpmath=sse -fno-delete-null-pointer-checks
+flags=(-m32 -fshort-wchar -O1 -g -msse2 -mfpmath=sse -fno-delete-null-pointer-checks
     -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize=vptr,function -fno-sanitize-recover=undefined
     -DUNICODE -D_UNICODE "-D__declspec(x)=" -DNDEBUG -D_GLIBCXX_ASSERTIONS -Wall -Wextra -Wno-unknown-warning-option -Wno-overloaded-virtual -Wno-inconsistent-missing-override
     -Itests/fuzz/shim -Itests/fuzz -I. -Iplatform/include -Iplatform/framework -Iplatform/imgdecmp -Iplatform/objectstore
-    -Itools/kvol -idirafter "/usr/include/$(uname -m)-linux-gnu")
+    -Itools/kvol -isystem $work/lmdb -idirafter "/usr/include/$(uname -m)-linux-gnu")
 objects=()
 # A source is compiled anew when anything that it includes is newer.
 build_object() {
@@ -53,12 +54,27 @@ build_object() {
     else
         newer=1
     fi
-    [[ -z $newer ]] || clang++ "${flags[@]}" -MMD -MF "$object.d" -c "$source" -o "$object"
+    [[ -n $newer ]] || return 0
+    local building=()
+    # What is compared in the store is seldom a part of the input: looking at it would take half of the time.
+    [[ $source != platform/objectstore/* ]] || building=(-O2 -DKORVANESTORE_BUILDING -fno-sanitize-coverage=trace-cmp)
+    [[ $source != tests/fuzz/* ]] || building=(-fno-sanitize=fuzzer-no-link)
+    if [[ $source == *.c ]]; then
+        # The map's own source takes fields from where they lie, on even addresses, and is to take the platform's side.
+        clang -std=gnu11 "${flags[@]}" "${building[@]}" -fno-sanitize=alignment -D_WIN32 -MMD -MF "$object.d" -c "$source" -o "$object"
+    else
+        clang++ -std=c++17 "${flags[@]}" "${building[@]}" -MMD -MF "$object.d" -c "$source" -o "$object"
+    fi
 }
 say "building the target $target"
-for source in ${sources[$target]} tests/fuzz/$target.cpp tests/fuzz/shim/platform.cpp; do build_object "$source"; done
+# As for the library itself: the map's source, with the store's own lines in it.
+printf 'set(CMAKE_BINARY_DIR %s)\ninclude(cmake/LmdbSource.cmake)\n' "$PWD/$work" >$work/lmdb.cmake
+cmake -P $work/lmdb.cmake
+shim="platform onefile"
+[[ $target != volumes ]] || shim="platform files system"
+for source in ${sources[$target]} tests/fuzz/$target.cpp $(printf 'tests/fuzz/shim/%s.cpp ' $shim); do build_object "$source"; done
 for source in $framework; do build_object platform/framework/$source.cpp; done
-clang++ "${flags[@]}" -DKORVANE_FUZZ_TARGET="$target" -c tests/fuzz/native.cpp -o "$work/objects/native_$target.o"
+clang++ -std=c++17 "${flags[@]}" -DKORVANE_FUZZ_TARGET="$target" -c tests/fuzz/native.cpp -o "$work/objects/native_$target.o"
 clang++ -m32 -fsanitize=fuzzer,address,undefined "${objects[@]}" "$work/objects/native_$target.o" -o "$work/fuzz_$target"
 
 # Sizes that lie are asked for: that there is no memory for them is no fault.

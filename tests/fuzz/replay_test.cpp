@@ -33,7 +33,7 @@ constexpr CTarget kTargets[] = {
     {"paths", fuzz::paths, 10000, 64},     {"times", fuzz::times, 2000, 64},
     {"icons", fuzz::icons, 300, 6},        {"pictures", fuzz::pictures, 10000, 64},
     {"records", fuzz::records, 20000, 64}, {"templates", fuzz::templates, 20000, 64},
-    {"tables", fuzz::tables, 3000, 64},
+    {"tables", fuzz::tables, 3000, 64},    {"volumes", fuzz::volumes, 200, 2},
 };
 
 void PrintTo(const CTarget& target, std::ostream* pStream)
@@ -140,6 +140,14 @@ Bytes Mutate(const std::vector<Bytes>& corpus, std::mt19937& random)
     return bytes;
 }
 
+std::string InHex(const Bytes& bytes)
+{
+    std::string strHex;
+    for (size_t i = 0; i < bytes.size() && i < 256; ++i)
+        for (const int nShift : {4, 0}) strHex += "0123456789abcdef"[bytes[i] >> nShift & 15];
+    return strHex;
+}
+
 // The icon reader tells the user what the system refused; nobody is there to press OK.
 int WINAPI PressOk(HWND, LPCWSTR, LPCWSTR, UINT)
 {
@@ -176,8 +184,9 @@ TEST_P(CorpusTest, EveryMutationIsBorne)
     const int nMutations = GetParam().nMutations * (bLong ? 50 : 1);
     std::mt19937 random(4711);
     for (int i = 0; i < nMutations; ++i) {
-        Feed(Mutate(m_corpus, random));
-        ASSERT_FALSE(HasFailure()) << "mutation " << i;
+        const Bytes bytes = Mutate(m_corpus, random);
+        Feed(bytes);
+        ASSERT_FALSE(HasFailure()) << "mutation " << i << ": " << InHex(bytes);
     }
     RecordProperty("mutations", nMutations);
 }

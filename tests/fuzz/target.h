@@ -26,6 +26,7 @@ void pictures(const uint8_t* data, size_t size);
 void templates(const uint8_t* data, size_t size);
 void records(const uint8_t* data, size_t size);
 void tables(const uint8_t* data, size_t size);
+void volumes(const uint8_t* data, size_t size);
 
 void Fail(const char* pszWhat);
 #define FUZZ_EXPECT(condition) ((condition) ? (void)0 : ::fuzz::Fail(#condition))

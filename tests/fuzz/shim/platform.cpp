@@ -1,4 +1,4 @@
-// The platform's functions for the native build: files are in memory, bitmaps are blocks of exactly the bytes that they
+// The platform's functions for the native build, but for files: bitmaps are blocks of exactly the bytes that they
 // have, so that the sanitizer sees every step beyond them.
 #include "target.h"
 
@@ -103,6 +103,11 @@ int _vsnwprintf(wchar_t* to, size_t cch, const wchar_t* format, va_list args)
     if (to && static_cast<size_t>(length) < cch) to[length] = 0;
     return length;
 }
+// std::to_wstring
+extern "C" int vswprintf(wchar_t* to, size_t cch, const wchar_t* format, va_list args) noexcept
+{
+    return _vsnwprintf(to, cch, format, args);
+}
 DWORD CharLowerBuffW(LPWSTR p, DWORD n)
 {
     for (DWORD i = 0; i < n; ++i)
@@ -117,6 +122,8 @@ DWORD CharUpperBuffW(LPWSTR p, DWORD n)
 }
 int MultiByteToWideChar(UINT, DWORD, LPCSTR p, int cb, LPWSTR to, int cch)
 {
+    if (cb < 0) cb = static_cast<int>(strlen(p)) + 1;
+    if (cch == 0) return cb;
     const int n = std::min(cb, cch);
     for (int i = 0; i < n; ++i) to[i] = static_cast<unsigned char>(p[i]);
     return n;
@@ -138,11 +145,11 @@ void SetLastError(DWORD dwError)
 {
     g_dwLastError = dwError;
 }
-LONG InterlockedIncrement(LONG* p)
+LONG InterlockedIncrement(volatile LONG* p)
 {
     return ++*p;
 }
-LONG InterlockedDecrement(LONG* p)
+LONG InterlockedDecrement(volatile LONG* p)
 {
     return --*p;
 }
@@ -150,8 +157,9 @@ DWORD FormatMessageW(DWORD, const void*, DWORD, DWORD, LPWSTR, DWORD, va_list*)
 {
     return 0;
 }
-HGLOBAL LocalFree(HGLOBAL)
+HGLOBAL LocalFree(HGLOBAL p)
 {
+    free(p);
     return nullptr;
 }
 int MessageBoxW(HWND, LPCWSTR, LPCWSTR, UINT)
@@ -206,49 +214,6 @@ CRuntimeClass* CObject::GetRuntimeClass() const
 }
 void CObject::Serialize(CArchive&) {}
 
-// ---- Files: the one that the target has put there -------------------------------------------------------------------
-
-static const uint8_t* g_pFile;
-static size_t g_cbFile, g_nAt;
-
-const wchar_t* fuzz::PutFile(const uint8_t* data, size_t size)
-{
-    g_pFile = data;
-    g_cbFile = size;
-    return L"file";
-}
-HANDLE CreateFileW(LPCWSTR, DWORD, DWORD, void*, DWORD, DWORD, HANDLE)
-{
-    g_nAt = 0;
-    return &g_pFile;
-}
-BOOL ReadFile(HANDLE, void* pv, DWORD cb, DWORD* pcbRead, void*)
-{
-    const size_t n = g_nAt < g_cbFile ? std::min<size_t>(cb, g_cbFile - g_nAt) : 0;
-    if (n) memcpy(pv, g_pFile + g_nAt, n);
-    g_nAt += n;
-    *pcbRead = static_cast<DWORD>(n);
-    return TRUE;
-}
-DWORD SetFilePointer(HANDLE, LONG nMove, LONG*, DWORD)
-{
-    if (nMove < 0) return INVALID_SET_FILE_POINTER;
-    return static_cast<DWORD>(g_nAt = nMove);
-}
-DWORD GetFileSize(HANDLE, DWORD*)
-{
-    return static_cast<DWORD>(g_cbFile);
-}
-BOOL GetFileSizeEx(HANDLE, LARGE_INTEGER* pSize)
-{
-    pSize->QuadPart = g_cbFile;
-    return TRUE;
-}
-BOOL CloseHandle(HANDLE)
-{
-    return TRUE;
-}
-
 // ---- Bitmaps --------------------------------------------------------------------------------------------------------
 
 namespace {
@@ -262,7 +227,8 @@ volatile BYTE g_bSink;
 
 HDC CreateCompatibleDC(HDC)
 {
-    return &g_pFile;
+    static char s_context;
+    return &s_context;
 }
 BOOL DeleteDC(HDC)
 {

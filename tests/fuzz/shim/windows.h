@@ -3,11 +3,13 @@
 #ifndef KORVANE_FUZZ_WINDOWS_H
 #define KORVANE_FUZZ_WINDOWS_H
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <cwchar>
+#include <assert.h>
+#include <stdarg.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <stdlib.h>
+#include <string.h>
+#include <wchar.h>
 
 static_assert(sizeof(long) == 4 && sizeof(wchar_t) == 2 && sizeof(void*) == 4, "as on the device");
 
@@ -23,8 +25,8 @@ static_assert(sizeof(long) == 4 && sizeof(wchar_t) == 2 && sizeof(void*) == 4, "
 #define MAXLONG 0x7FFFFFFF
 #define ARRAYSIZE(a) (sizeof(a) / sizeof(*(a)))
 #define LOWORD(dw) ((WORD)((uintptr_t)(dw)&0xFFFF))
-#define IS_INTRESOURCE(p) (reinterpret_cast<uintptr_t>(p) >> 16 == 0)
-#define MAKEINTRESOURCE(n) (reinterpret_cast<LPCWSTR>(static_cast<uintptr_t>(n)))
+#define IS_INTRESOURCE(p) ((uintptr_t)(p) >> 16 == 0)
+#define MAKEINTRESOURCE(n) ((LPCWSTR)(uintptr_t)(n))
 #define MAKELANGID(p, s) ((s) << 10 | (p))
 #define CopyMemory memcpy
 
@@ -106,6 +108,11 @@ typedef struct
 typedef struct DLGTEMPLATE DLGTEMPLATE;
 typedef const DLGTEMPLATE* LPCDLGTEMPLATE;
 typedef union {
+    struct
+    {
+        DWORD LowPart;
+        LONG HighPart;
+    };
     LONGLONG QuadPart;
 } LARGE_INTEGER;
 typedef union {
@@ -145,7 +152,7 @@ typedef union {
 #define FILE_ATTRIBUTE_NORMAL 0x80
 #define FILE_FLAG_SEQUENTIAL_SCAN 0x08000000
 #define FILE_BEGIN 0
-#define INVALID_HANDLE_VALUE reinterpret_cast<HANDLE>(static_cast<intptr_t>(-1))
+#define INVALID_HANDLE_VALUE ((HANDLE)(intptr_t)-1)
 #define INVALID_SET_FILE_POINTER 0xFFFFFFFFu
 #define DIB_RGB_COLORS 0
 #define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x100
@@ -153,10 +160,13 @@ typedef union {
 #define FORMAT_MESSAGE_FROM_STRING 0x400
 #define FORMAT_MESSAGE_FROM_SYSTEM 0x1000
 
-DWORD GetLastError();
+#ifdef __cplusplus
+extern "C" {
+#endif
+DWORD GetLastError(void);
 void SetLastError(DWORD);
-LONG InterlockedIncrement(LONG*);
-LONG InterlockedDecrement(LONG*);
+LONG InterlockedIncrement(volatile LONG*);
+LONG InterlockedDecrement(volatile LONG*);
 int MultiByteToWideChar(UINT, DWORD, LPCSTR, int, LPWSTR, int);
 int CompareStringW(LCID, DWORD, LPCWSTR, int, LPCWSTR, int);
 DWORD CharLowerBuffW(LPWSTR, DWORD);
@@ -186,11 +196,19 @@ DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION*);
 BOOL SystemTimeToFileTime(const SYSTEMTIME*, FILETIME*);
 BOOL FileTimeToSystemTime(const FILETIME*, SYSTEMTIME*);
 
+#ifdef __cplusplus
+}
+#endif
+
+#ifdef __cplusplus
 #define _SPACE 8
 int _isctype(int, int);
 int _stricmp(const char*, const char*);
-extern "C" size_t wcsnlen(const wchar_t*, size_t) noexcept;
 int _vsnwprintf(wchar_t*, size_t, const wchar_t*, va_list);
 int _vscwprintf(const wchar_t*, va_list);
+extern "C" size_t wcsnlen(const wchar_t*, size_t) noexcept;
+#endif
+
+#include "windows_store.h"
 
 #endif
