@@ -46,6 +46,8 @@ lmdb_replace("if ((rc = mdb_page_get(mc, pg, &omp, NULL)) ||" "if ((rc = mdb_pag
 # A walk that comes to another page has got on.
 lmdb_replace("if ((rc = mdb_cursor_sibling(mc, 1)) != MDB_SUCCESS) {" "if ((rc = mdb_cursor_sibling(mc, 1)) != MDB_SUCCESS || (rc = kv_next_page(mc)) != MDB_SUCCESS) {")
 lmdb_replace("if ((rc = mdb_cursor_sibling(mc, 0)) != MDB_SUCCESS) {" "if ((rc = mdb_cursor_sibling(mc, 0)) != MDB_SUCCESS || (rc = kv_next_page(mc)) != MDB_SUCCESS) {")
+# A key that belongs right behind the one that the cursor put last needs no search from the root.
+lmdb_replace("\t\t\trc = mdb_cursor_set(mc, key, &d2, MDB_SET, &exact);\n" "\t\t\trc = (mc->mc_flags & C_INITIALIZED) && kv_place_ahead(mc, key) ? MDB_NOTFOUND : mdb_cursor_set(mc, key, &d2, MDB_SET, &exact);\n")
 # What a search in a page may look at next is on its way from memory while it looks at the present one.
 lmdb_replace("\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);" "\t\t\tkv_fetch_nodes(mp, low, high, nkeys);\n\t\t\ti = (low + high) >> 1;\n\n\t\t\tnode = NODEPTR(mp, i);")
 # The file is opened once, by the volume, which also closes it; reading it needs no completion.

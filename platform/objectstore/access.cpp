@@ -41,6 +41,7 @@ bool CAccess::Get(CBytes key, CBytes& value)
             return true;
         }
     }
+    if (m_volume.m_pState->bBatch && m_volume.m_pState->pending.FindValue(key, value)) return true;
     const int rc = mdb_get(pTxn, kMainTree, &k, &v);
     if (rc == MDB_SUCCESS) {
         value = ToBytes(v);
@@ -89,12 +90,32 @@ CWriteAccess::~CWriteAccess()
 
 DWORD CWriteAccess::Reserve(size_t cb)
 {
+    CVolumeState& state = *m_volume.m_pState;
     // A change moves whole pages: what is small takes more room than its bytes.
-    return m_volume.m_pState->MakeRoom(4 * cb);
+    cb *= 4;
+    if (!state.bBatch) return state.MakeRoom(cb);
+    DWORD dwError = state.pending.IsFull() ? state.PutPending() : ERROR_SUCCESS;
+    if (dwError == ERROR_SUCCESS) dwError = state.MakeRoom(cb);
+    if (dwError != ERROR_DISK_FULL || state.pending.IsEmpty()) return dwError;
+    // What is kept free for that which is pending is most often more than it takes.
+    dwError = state.PutPending();
+    return dwError == ERROR_SUCCESS ? state.MakeRoom(cb) : dwError;
 }
 
 DWORD CWriteAccess::Put(CBytes key, CBytes value)
 {
+    CVolumeState& state = *m_volume.m_pState;
+    if (state.bBatch) {
+        // What is put again and again, or best in order, can wait.
+        const bool bWaits = key.p[0] == kIndexSpace ? value.cb == 0 && state.pending.AddKey(key)
+                                                    : key.p[0] <= kDatabaseSpace && state.pending.SetValue(key, value);
+        if (bWaits) {
+            state.ullVersion++;
+            m_bChanged = true;
+            return ERROR_SUCCESS;
+        }
+        state.pending.ForgetValue(key);
+    }
     BYTE* p = nullptr;
     const DWORD dwError = Put(key, value.cb, p);
     if (dwError == ERROR_SUCCESS) std::memcpy(p, value.p, value.cb);
@@ -122,9 +143,7 @@ DWORD CWriteAccess::Insert(CBytes key, size_t cb, BYTE*& p, unsigned nFlags)
         state.CloseWriteCursors();
         state.ullVersion++;
         m_bChanged = true;
-        MDB_val k = ToVal(key), v = {cb, nullptr};
-        dwError = ToWin32(mdb_put(state.pWriteTxn, kMainTree, &k, &v, MDB_RESERVE | nFlags));
-        p = static_cast<BYTE*>(v.mv_data);
+        dwError = state.Put(key, cb, p, nFlags);
     }
     if (dwError != ERROR_SUCCESS) m_dwError = dwError;
     return dwError;
@@ -133,12 +152,14 @@ DWORD CWriteAccess::Insert(CBytes key, size_t cb, BYTE*& p, unsigned nFlags)
 DWORD CWriteAccess::Delete(CBytes key)
 {
     CVolumeState& state = *m_volume.m_pState;
-    DWORD dwError = state.MakeRoom(0);
+    // Names and shapes never wait.
+    const bool bMayWait = state.bBatch && (key.p[0] == kIndexSpace || key.p[0] <= kDatabaseSpace);
+    DWORD dwError = bMayWait ? state.PutPendingFor(key) : ERROR_SUCCESS;
+    if (dwError == ERROR_SUCCESS) dwError = state.MakeRoom(0);
     if (dwError == ERROR_SUCCESS) {
         state.CloseWriteCursors();
         state.ullVersion++;
-        MDB_val k = ToVal(key);
-        dwError = ToWin32(mdb_del(state.pWriteTxn, kMainTree, &k, nullptr));
+        dwError = state.Delete(key);
         if (dwError != ERROR_FILE_NOT_FOUND) m_bChanged = true;
     }
     if (dwError != ERROR_SUCCESS && dwError != ERROR_FILE_NOT_FOUND) m_dwError = dwError;
@@ -187,12 +208,19 @@ CTreeCursor::~CTreeCursor()
 
 bool CTreeCursor::IsPlaced(const CAccess&) const
 {
-    return m_bPlaced && m_ullVersion == m_volume.m_pState->ullVersion;
+    return m_bPlaced && m_pCursor && m_ullVersion == m_volume.m_pState->ullVersion;
 }
 
 bool CTreeCursor::Move(CAccess& access, int op, CBytes key)
 {
     CVolumeState& state = *m_volume.m_pState;
+    if (state.bBatch && key.cb) {
+        const DWORD dwError = state.PutPendingFor(key);
+        if (dwError != ERROR_SUCCESS) {
+            access.m_dwError = dwError;
+            return m_bPlaced = false;
+        }
+    }
     MDB_txn* pTxn = TxnOf(state);
     const bool bWrite = pTxn == state.pWriteTxn;
     int rc = MDB_SUCCESS;

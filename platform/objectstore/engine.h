@@ -109,7 +109,8 @@ public:
     ULONGLONG ContentVersion() const;
 
     // The value under a key; false when there is none, or when the volume turns out damaged: Error() tells the two
-    // apart afterwards (ERROR_FILE_CORRUPT), here and after a cursor's move.
+    // apart afterwards (ERROR_FILE_CORRUPT), here and after a cursor's move. Entries of sort orders are for cursors to
+    // find: those that a batch has just put may not be here yet.
     bool Get(CBytes key, CBytes& value);
 
 protected:
@@ -139,7 +140,9 @@ public:
     // (ERROR_DISK_FULL). Inside a batch this is what keeps a call from failing half way.
     DWORD Reserve(size_t cb);
 
-    // Sets a key's value. The second form leaves the cb bytes to be filled at p before anything else is called.
+    // Sets a key's value. The second form leaves the cb bytes to be filled at p before anything else is called. Inside a
+    // batch the first form may leave entries of sort orders and descriptors to be put later (pending.h): when a cursor is
+    // about to come by them, or the batch is committed. Room for that is made here and in Reserve.
     DWORD Put(CBytes key, CBytes value);
     DWORD Put(CBytes key, size_t cb, BYTE*& p);
     // Puts a key behind all that there are, which fills pages where Put would halve them. ERROR_FILE_CORRUPT for a key

@@ -215,10 +215,7 @@ bool HasEntry(CAccess& access, CTreeCursor& cursor, const CIndexName& index, CBy
 
 DWORD InsertEntry(CWriteAccess& access, CVolume& volume, const CIndexName& index, CBytes sortKey, CEOID oidRecord)
 {
-    if (sortKey.cb < kCutAt) {
-        BYTE* p;
-        return access.Put(PlainKey(index, sortKey, oidRecord), 0, p);
-    }
+    if (sortKey.cb < kCutAt) return access.Put(PlainKey(index, sortKey, oidRecord), CBytes());
     CTreeCursor cursor(volume);
     CGroup group(access, cursor, index, sortKey);
     ULONGLONG ullNumber;

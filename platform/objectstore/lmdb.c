@@ -30,6 +30,7 @@ static int kv_tree_page(MDB_cursor* cursor, const void* page, unsigned level, un
 static int kv_next_page(MDB_cursor* cursor);
 static int kv_large_page(MDB_cursor* cursor, const void* page, size_t bytes);
 static void kv_fetch_nodes(const void* page, int low, int high, unsigned count);
+static int kv_place_ahead(MDB_cursor* cursor, const MDB_val* key);
 static int kv_split_point(const void* page, const MDB_val* key, size_t node_bytes, int place, int proposed,
                           size_t room);
 
@@ -118,6 +119,76 @@ static int kv_split_point(const void* page, const MDB_val* key, size_t node_byte
     }
     if (left + node_bytes <= room) return place + 1;
     return right + node_bytes <= room ? place : proposed;
+}
+
+/* ---- Where a key goes that comes behind the last one ------------------------------------------------------------ */
+
+static int compare_with_key_of(const MDB_val* key, MDB_node* node)
+{
+    const MDB_val other = {NODEKSZ(node), NODEKEY(node)};
+    return kv_compare_keys(key, &other);
+}
+
+/* Of a cursor that stands on the key that it put last: finds the place of a higher one if that is in the same leaf.
+ * 0: the key may be there already, or belongs elsewhere; nothing has moved. */
+static int kv_place_ahead(MDB_cursor* cursor, const MDB_val* key)
+{
+    MDB_page* page;
+    unsigned count, low, high, step, level;
+    if ((cursor->mc_flags & (C_INITIALIZED | C_EOF | C_DEL)) != C_INITIALIZED || cursor->mc_dbi != MAIN_DBI) return 0;
+    page = cursor->mc_pg[cursor->mc_top];
+    count = NUMKEYS(page);
+    low = cursor->mc_ki[cursor->mc_top];
+    if (!IS_LEAF(page) || low >= count || compare_with_key_of(key, NODEPTR(page, low)) <= 0) return 0;
+    /* The key is above the one at `low`, and not above the one at `high` if there is one. */
+    high = count;
+    for (step = 1; low + step < high; step *= 2) {
+        if (compare_with_key_of(key, NODEPTR(page, low + step)) <= 0)
+            high = low + step;
+        else
+            low += step;
+    }
+    while (high - low > 1) {
+        const unsigned middle = (low + high) / 2;
+        if (compare_with_key_of(key, NODEPTR(page, middle)) <= 0)
+            high = middle;
+        else
+            low = middle;
+    }
+    if (high < count) {
+        if (compare_with_key_of(key, NODEPTR(page, high)) == 0) return 0;
+    } else {
+        /* Behind the leaf's last key; what the next leaf begins with is known to a page above. */
+        for (level = cursor->mc_top; level-- > 0;) {
+            MDB_page* const above = cursor->mc_pg[level];
+            const unsigned next = cursor->mc_ki[level] + 1u;
+            if (next >= NUMKEYS(above)) continue;
+            if (compare_with_key_of(key, NODEPTR(above, next)) >= 0) return 0;
+            break;
+        }
+    }
+    cursor->mc_ki[cursor->mc_top] = (indx_t)high;
+    return 1;
+}
+
+int kv_put(MDB_cursor* cursor, MDB_val* key, MDB_val* value, unsigned flags)
+{
+    const MDB_db* const db = cursor->mc_db;
+    const pgno_t pages = db->md_leaf_pages + db->md_branch_pages;
+    const int rc = mdb_cursor_put(cursor, key, value, flags);
+    /* Where a page was split the cursor is not relied upon. */
+    if (rc || pages != db->md_leaf_pages + db->md_branch_pages) kv_forget_place(cursor);
+    return rc;
+}
+
+void kv_forget_place(MDB_cursor* cursor)
+{
+    cursor->mc_flags &= ~(unsigned)(C_INITIALIZED | C_EOF);
+}
+
+uint32_t kv_tree_pages(MDB_txn* txn)
+{
+    return txn->mt_dbs[MAIN_DBI].md_leaf_pages + txn->mt_dbs[MAIN_DBI].md_branch_pages;
 }
 
 /* ---- Which pages may be used again ---------------------------------------------------------------------------- */

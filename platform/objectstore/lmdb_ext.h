@@ -93,6 +93,13 @@ int kv_list_used(MDB_txn* txn, uint8_t* used_map, uint32_t* page);
  * are. 0: it has to be done by MDB_NEXT; nothing has moved then. */
 int kv_next_in_page(MDB_cursor* cursor, MDB_val* key, MDB_val* value);
 
+/* mdb_put with a cursor of a write transaction, which remembers the place: a key that belongs soon behind the one put last
+ * is put without a search. Behind any other change of the tree the place is to be forgotten. */
+int kv_put(MDB_cursor* cursor, MDB_val* key, MDB_val* value, unsigned flags);
+void kv_forget_place(MDB_cursor* cursor);
+/* Leaf and branch pages of the main tree. */
+uint32_t kv_tree_pages(MDB_txn* txn);
+
 /* The key of the entry so many places behind the one that a cursor stands on, in the same page. 0: there is none. */
 int kv_peek_in_page(MDB_cursor* cursor, unsigned ahead, MDB_val* key);
 

@@ -69,6 +69,7 @@ DWORD CVolumeState::MapWholeFile()
     if (!::GetFileSizeEx(hFile, &cbFile)) return ::GetLastError();
     EndReading();
     CloseWriteCursors();
+    ClosePutCursor();
     ullVersion++;
     const DWORD cbMap = static_cast<DWORD>(std::min<LONGLONG>(cbFile.QuadPart, kLargestFile + kLargestStep));
     const DWORD dwError = ToWin32(kv_remap(pEnv, cbMap / kPageBytes * kPageBytes));
@@ -76,10 +77,11 @@ DWORD CVolumeState::MapWholeFile()
     return dwError;
 }
 
-// Makes sure that the open transaction finds pages for cb bytes of changes.
+// Makes sure that the open transaction finds pages for cb bytes of changes, and for what is pending.
 DWORD CVolumeState::MakeRoom(size_t cb)
 {
-    const DWORD dwNeeded = kPagesForOneChange + static_cast<DWORD>(cb / kPageBytes) + 1;
+    const DWORD dwNeeded =
+        kPagesForOneChange + static_cast<DWORD>(cb / kPageBytes) + 1 + pending.PagesNeeded(dwTreePages);
     if (kv_pages_left(pWriteTxn) > dwNeeded) return ERROR_SUCCESS;
     LARGE_INTEGER cbFile;
     if (!::GetFileSizeEx(hFile, &cbFile)) return ::GetLastError();
@@ -143,6 +145,7 @@ DWORD CVolumeState::BeginTransaction()
 DWORD CVolumeState::Commit()
 {
     CloseWriteCursors();
+    if (bBatch) EndPuts();
     // A batch may have begun before another process flushed: what is held is decided while the commit saves its list.
     pages.flushed_last_page = shared->flushed.last_page;
     MDB_txn* pTxn = pWriteTxn;
@@ -164,8 +167,39 @@ DWORD CVolumeState::Commit()
 void CVolumeState::Abort()
 {
     CloseWriteCursors();
+    if (bBatch) EndPuts();
     if (pWriteTxn) mdb_txn_abort(pWriteTxn);
     pWriteTxn = nullptr;
+}
+
+DWORD CVolumeState::Put(CBytes key, size_t cb, BYTE*& p, unsigned nFlags)
+{
+    MDB_val k = {key.cb, const_cast<BYTE*>(key.p)}, v = {cb, nullptr};
+    if (bBatch && !pPutCursor && mdb_cursor_open(pWriteTxn, kMainTree, &pPutCursor) != MDB_SUCCESS)
+        pPutCursor = nullptr; // no memory: it goes without
+    const int rc = pPutCursor ? kv_put(pPutCursor, &k, &v, MDB_RESERVE | nFlags)
+                              : mdb_put(pWriteTxn, kMainTree, &k, &v, MDB_RESERVE | nFlags);
+    p = static_cast<BYTE*>(v.mv_data);
+    return ToWin32(rc);
+}
+
+DWORD CVolumeState::Delete(CBytes key)
+{
+    MDB_val k = {key.cb, const_cast<BYTE*>(key.p)};
+    if (pPutCursor) kv_forget_place(pPutCursor);
+    return ToWin32(mdb_del(pWriteTxn, kMainTree, &k, nullptr));
+}
+
+void CVolumeState::EndPuts()
+{
+    ClosePutCursor();
+    pending.Clear();
+}
+
+void CVolumeState::ClosePutCursor()
+{
+    if (pPutCursor) mdb_cursor_close(pPutCursor);
+    pPutCursor = nullptr;
 }
 
 void CVolumeState::CloseWriteCursors()

@@ -10,6 +10,7 @@
 
 #include "engine.h"
 #include "header.h"
+#include "pending.h"
 #include "shared.h"
 
 #include <vector>
@@ -39,6 +40,9 @@ struct CVolumeState
     bool bBatch = false;                 // pWriteTxn outlives its access
     DWORD dwBatchError = 0;              // a write access of the batch ended half way
     std::vector<void**> writeCursors;    // cursors on pWriteTxn: closed before it changes
+    MDB_cursor* pPutCursor = nullptr;    // owned; puts of the batch, which mostly follow each other
+    CPending pending;                    // of the batch
+    DWORD dwTreePages = 0;               // that the map had when the batch began
     ULONGLONG ullVersion = 1;            // see CAccess::ContentVersion
     DWORD dwSeenTxn = 0;                 // the committed state that ullVersion stands for
     kv_pages pages = {};
@@ -61,6 +65,12 @@ struct CVolumeState
     void Abort();
     DWORD MapWholeFile();
     DWORD MakeRoom(size_t cb);
+    DWORD Put(CBytes key, size_t cb, BYTE*& p, unsigned nFlags);
+    DWORD Delete(CBytes key);
+    DWORD PutOnePending(CBytes key, CBytes value);
+    DWORD PutPending();
+    DWORD PutPending(CPendingRun& run);
+    DWORD PutPendingFor(CBytes key);
     DWORD FillHoles();
     DWORD WriteVolumeHeader(bool bInUse);
     DWORD MarkInUse();
@@ -68,6 +78,8 @@ struct CVolumeState
     void FlushIfDue();
     DWORD Recover();
     void CloseWriteCursors();
+    void ClosePutCursor();
+    void EndPuts();
     void Tell()
     {
         if (notes.empty()) return;

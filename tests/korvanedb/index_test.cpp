@@ -1,6 +1,8 @@
 // Indexes, seeks and filters.
 #include "db_fixture.h"
 
+#include <korvanebatch.h>
+
 using namespace KorvaneDB;
 
 class IndexTest : public CItemsTest
@@ -295,4 +297,53 @@ TEST_F(IndexTest, WithAFilterACheckpointTakesAParkedError)
     gErrHRESULT = -77;
     EXPECT_EQ(-77, m_row->MoveFirst());
     EXPECT_EQ(0, gErrHRESULT);
+}
+
+TEST_F(IndexTest, RowsOfABatchAreFoundByEveryIndexBeforeItsEnd)
+{
+    CEGUID* const pGuid = m_connection.GetVolGUID();
+    CSmartPtr<CRow> byId, byName;
+    ASSERT_EQ(0, m_connection.OpenTable(L"Items", byId));
+    ASSERT_EQ(0, m_connection.OpenTable(L"Items", byName));
+    ASSERT_EQ(0, byId->SetIndex(L"ById"));
+    ASSERT_EQ(0, byName->SetIndex(L"ByName"));
+    for (int i = 0; i < kItemFields; ++i) {
+        _variant_t null = Null();
+        ASSERT_EQ(0, m_row->setVal(i, null));
+    }
+    const auto add = [this](long lId, const wchar_t* pszName) {
+        _variant_t id(lId), name = Bstr(pszName);
+        m_row->AddNew();
+        EXPECT_EQ(0, m_row->setVal(L"Id", id));
+        EXPECT_EQ(0, m_row->setVal(L"Name", name));
+        EXPECT_EQ(0, m_row->WriteToDB());
+        return m_row->getBookmark();
+    };
+    unsigned long nRows = 0;
+    for (const bool bCommit : {false, true}) {
+        SCOPED_TRACE(bCommit);
+        ASSERT_TRUE(::CeBeginBatch(pGuid));
+        const unsigned long ulPlum = add(15, L"plum"), ulDate = add(5, L"date");
+        EXPECT_EQ(0, byName->Seek(SeekValueFirstEqual, Bstr(L"plum")));
+        EXPECT_EQ(ulPlum, byName->getBookmark());
+        EXPECT_EQ((std::vector<long>{5, 10, 15, 20, 20, 30}), Walk(*byId));
+        add(25, L"lime");
+        EXPECT_EQ(0, byId->Seek(SeekValueGreater, _variant_t(21L)));
+        EXPECT_EQ(25, ReadId(*byId));
+        // One that has just come changes its place, another goes.
+        _variant_t id(35L), name;
+        EXPECT_EQ(0, m_row->setBookmark(ulDate));
+        EXPECT_EQ(0, m_row->ReadFromDB());
+        EXPECT_EQ(0, m_row->setVal(L"Id", id));
+        EXPECT_EQ(0, m_row->WriteToDB());
+        EXPECT_EQ(0, m_row->setBookmark(ulPlum));
+        EXPECT_EQ(0, m_row->Delete());
+        EXPECT_EQ((std::vector<long>{10, 20, 20, 25, 30, 35}), Walk(*byId));
+        EXPECT_EQ((std::vector<long>{20, 35, 10, 25, 30, 20}), Walk(*byName));
+        EXPECT_EQ(0, m_row->getNumRows(nRows));
+        EXPECT_EQ(6u, nRows);
+        ASSERT_TRUE(bCommit ? ::CeCommitBatch(pGuid) : ::CeAbandonBatch(pGuid));
+        EXPECT_EQ(bCommit ? (std::vector<long>{10, 20, 20, 25, 30, 35}) : (std::vector<long>{10, 20, 20, 30}),
+                  Walk(*byId));
+    }
 }

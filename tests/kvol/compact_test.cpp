@@ -125,6 +125,14 @@ TEST_F(KvolCompactTest, CompactKeepsEverythingAndMakesTheFileSmaller)
     {
         CMounted volume(Volume());
         oidOdd = MakeOddDatabase(volume);
+        // What comes and goes leaves its room behind.
+        const std::wstring longText(30000, L'\x4E8C');
+        std::vector<CEOID> gone;
+        for (int i = 0; i < 8; ++i) {
+            gone.push_back(volume.Put(
+                odd.c_str(), 0, {TextProperty(0x0001001F, longText.c_str()), NumberProperty(0x00020003, 100 + i)}));
+        }
+        for (const CEOID oid : gone) EXPECT_TRUE(volume.Remove(odd.c_str(), oid));
         description = Description(volume, oidOdd);
         records = volume.Records(odd.c_str());
         for (const CEOID oid : records) contents.push_back(volume.Get(odd.c_str(), oid));

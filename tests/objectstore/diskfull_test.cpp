@@ -139,6 +139,21 @@ BOOL WriteBatch(CEGUID guid)
     return bCommitted;
 }
 
+// So small that they are put into their order later, and some of them when somebody looks.
+BOOL WriteSmallBatch(CEGUID guid)
+{
+    const CDb db = OpenDb(guid, Find(guid, L"full"), kNumber);
+    if (!::CeBeginBatch(&guid)) return FALSE;
+    DWORD dwError = 0;
+    for (int i = 0; i < 12000 && !dwError; ++i) {
+        if (!Write(db, 0, CProps().I4(1, 2000 + i * 37 % 12000))) dwError = ::GetLastError();
+        if (i == 6000 && !::CeSeekDatabase(db, CEDB_SEEK_BEGINNING, 250, nullptr)) dwError = ::GetLastError();
+    }
+    const BOOL bCommitted = dwError ? ::CeAbandonBatch(&guid) && FALSE : ::CeCommitBatch(&guid);
+    if (dwError) ::SetLastError(dwError);
+    return bCommitted;
+}
+
 BOOL Resort(CEGUID guid)
 {
     CEDBASEINFOEX info = BaseInfo(L"", {Order({{kNumber, CEDB_SORT_DESCENDING}})});
@@ -166,6 +181,7 @@ const COperation kOperations[] = {
     {"a first write", false, [](CEGUID guid) { return WriteOne(guid, 10); }},
     {"a write that lets the file grow", true, [](CEGUID guid) { return WriteOne(guid, 60000); }},
     {"a batch that lets the file grow again and again", true, WriteBatch},
+    {"a batch of many small records", false, WriteSmallBatch},
     {"a new database", false, Create},
     {"a new sort order", false, Resort},
     {"a database's end", false, [](CEGUID guid) { return ::CeDeleteDatabaseEx(&guid, Find(guid, L"full")); }},
@@ -258,6 +274,28 @@ TEST_P(DiskFullTest, EachCallThatFailsLeavesTheVolumeAsItWas)
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, DiskFullTest, testing::Range(size_t{0}, std::size(kOperations)));
+
+// Entries that a batch has yet to put into an order will need pages. They are seen to when the entries are written.
+TEST_F(DiskFullTest, WhatABatchHasYetToPutFindsTheRoomThatWasKeptForIt)
+{
+    ASSERT_NO_FATAL_FAILURE(Prepare(kOperations[0]));
+    const CDb db = OpenDb(m_guid, Find(m_guid, L"full"), kNumber);
+    DWORD nDue = 200;
+    for (const int nCount : {1, 30, 900, 7000, 20000, 2000, 7}) {
+        SCOPED_TRACE(nCount);
+        ASSERT_WORKS(::CeBeginBatch(&m_guid));
+        for (int i = 0; i < nCount; ++i) ASSERT_WORKS(Write(db, 0, CProps().I4(1, i * 7919 % 65521 - 30000)));
+        nDue += nCount;
+        {
+            const CFailures failures(1, true);
+            DWORD dwIndex = 0;
+            EXPECT_WORKS(::CeSeekDatabase(db, CEDB_SEEK_END, 0, &dwIndex));
+            EXPECT_EQ(nDue - 1, dwIndex);
+            EXPECT_WORKS(::CeCommitBatch(&m_guid));
+        }
+        ASSERT_EQ("", CheckVolume(m_guid));
+    }
+}
 
 TEST_F(DiskFullTest, AnUnmountThatCannotWriteLosesNothing)
 {

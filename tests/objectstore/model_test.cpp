@@ -224,6 +224,28 @@ protected:
         }
         ASSERT_EQ(m_model.size(), CountRecords(m_guid, m_oidDatabase));
     }
+    // Begins a batch now and then, and ends one after some steps.
+    void ChangeBatch()
+    {
+        if (!m_bInBatch && Roll(50) == 0) {
+            ASSERT_WORKS(::CeBeginBatch(&m_guid));
+            m_bInBatch = true;
+            m_before = m_model;
+        } else if (m_bInBatch && Roll(60) == 0) {
+            EndBatch(Roll(3) != 0);
+        }
+    }
+    void EndBatch(bool bCommit)
+    {
+        if (!m_bInBatch) return;
+        m_bInBatch = false;
+        if (bCommit) {
+            ASSERT_WORKS(::CeCommitBatch(&m_guid));
+        } else {
+            ASSERT_WORKS(::CeAbandonBatch(&m_guid));
+            m_model = m_before;
+        }
+    }
     void Step()
     {
         const unsigned nWhat = Roll(100);
@@ -236,6 +258,8 @@ protected:
 
     std::mt19937 m_random;
     CModel m_model;
+    CModel m_before; // as it was when the batch began
+    bool m_bInBatch = false;
     CEOID m_oidDatabase = 0;
     std::vector<CDb> m_dbs; // by number, by name
 };
@@ -244,6 +268,7 @@ TEST_P(ModelTest, TwentyThousandOperationsAgreeWithTheModel)
 {
     for (int i = 0; i < kSteps; ++i) {
         SCOPED_TRACE(i);
+        ASSERT_NO_FATAL_FAILURE(ChangeBatch());
         ASSERT_NO_FATAL_FAILURE(Step());
         if (i % 250 == 0) {
             ASSERT_NO_FATAL_FAILURE(WalkBoth());
@@ -252,11 +277,13 @@ TEST_P(ModelTest, TwentyThousandOperationsAgreeWithTheModel)
             ASSERT_WORKS(::CeFlushDBVol(&m_guid));
         }
         if (i % 4000 == 3999) {
+            ASSERT_NO_FATAL_FAILURE(EndBatch(true));
             m_dbs.clear();
             ASSERT_NO_FATAL_FAILURE(Remount());
             OpenHandles();
         }
     }
+    EndBatch(true);
     WalkBoth();
     EXPECT_EQ("", CheckVolume(m_guid));
 }
