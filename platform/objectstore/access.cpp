@@ -30,6 +30,11 @@ ULONGLONG CAccess::ContentVersion() const
     return m_volume.m_pState->ullVersion;
 }
 
+bool CAccess::IsInBatch() const
+{
+    return m_volume.m_pState->bBatch;
+}
+
 bool CAccess::Get(CBytes key, CBytes& value)
 {
     MDB_txn* const pTxn = TxnOf(*m_volume.m_pState);

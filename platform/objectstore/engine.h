@@ -108,6 +108,9 @@ public:
     // CWriteAccess::Commit, so that a cache that its owner kept right can be stamped anew.
     ULONGLONG ContentVersion() const;
 
+    // Whether it is part of a batch of this process.
+    bool IsInBatch() const;
+
     // The value under a key; false when there is none, or when the volume turns out damaged: Error() tells the two
     // apart afterwards (ERROR_FILE_CORRUPT), here and after a cursor's move. Entries of sort orders are for cursors to
     // find: those that a batch has just put may not be here yet.

@@ -109,8 +109,24 @@ DWORD COpenVolume::EndBatch(bool bCommit)
     const DWORD dwError = bCommit ? m_pEngine->CommitBatch() : m_pEngine->AbandonBatch();
     const CReadAccess access(*m_pEngine);
     m_bBatchEnding = false;
+    m_ftTick = {};
     ForgetAll();
     return dwError;
+}
+
+FILETIME COpenVolume::Now(const CAccess& access)
+{
+    FILETIME ftNow;
+    if (!access.IsInBatch()) {
+        ::GetSystemTimeAsFileTime(&ftNow);
+        return ftNow;
+    }
+    const DWORD dwTick = ::GetTickCount(); // a read of memory
+    if (dwTick != m_dwTick || m_ftTick.dwHighDateTime == 0) {
+        ::GetSystemTimeAsFileTime(&m_ftTick);
+        m_dwTick = dwTick;
+    }
+    return m_ftTick;
 }
 
 DWORD COpenVolume::TakeOid(CWriteAccess& access, CEOID& oid)

@@ -211,7 +211,7 @@ DWORD Write(CDatabaseHandle& handle, CEOID& oid, const CEPROPVAL* pValues, WORD 
     if (dwError != ERROR_SUCCESS) return dwError;
     database.nRecords += bNew;
     database.cbRecords += cbRecord - static_cast<ULONGLONG>(cbOld);
-    database.Touch();
+    database.ftModified = volume.Now(access);
     dwError = database.Save(access, volume.scratchValue);
     if (dwError == ERROR_SUCCESS) dwError = change.Commit();
     if (dwError != ERROR_SUCCESS) return dwError;
@@ -245,7 +245,7 @@ DWORD Delete(CDatabaseHandle& handle, CEOID oid)
     if (dwError != ERROR_SUCCESS) return dwError;
     --database.nRecords;
     database.cbRecords -= cbRecord;
-    database.Touch();
+    database.ftModified = volume.Now(access);
     dwError = database.Save(access, volume.scratchValue);
     if (dwError == ERROR_SUCCESS) dwError = change.Commit();
     if (dwError != ERROR_SUCCESS) return dwError;
