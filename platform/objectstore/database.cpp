@@ -207,4 +207,12 @@ void CDatabase::ForgetShapes()
     m_pLastShape = nullptr;
 }
 
+void CDatabase::MakeEmpty()
+{
+    nRecords = 0;
+    cbRecords = 0;
+    nShapes = 0;
+    ForgetShapes();
+}
+
 } // namespace store

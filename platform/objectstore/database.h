@@ -81,6 +81,8 @@ public:
     DWORD SaveNewShape(CWriteAccess& access, const CShape* pShape);
     bool IsNewShape(const CShape* pShape) const { return pShape == &m_newShape && pShape->Id() != kInlineShape; }
     void ForgetShapes();
+    // For one that is being made: there may have been another one with its OID, in a transaction that was given up.
+    void MakeEmpty();
 
     const COrder* FindOrder(BYTE bId) const;
 

@@ -35,6 +35,7 @@ DWORD Create(const CEGUID* pguid, const CDatabaseSpec& spec, CEOID& oid)
     if (dwError == ERROR_SUCCESS) dwError = volume->TakeOid(access, oidNew);
     if (dwError != ERROR_SUCCESS) return dwError;
     CDatabase& database = volume->Remember(oidNew);
+    database.MakeEmpty();
     memcpy(database.szName, spec.szName, sizeof database.szName);
     database.dwType = spec.dwValid & CEDB_VALIDTYPE ? spec.dwType : 0;
     database.dwFlags = spec.dwFlags;

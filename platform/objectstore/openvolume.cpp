@@ -134,6 +134,8 @@ DWORD COpenVolume::TakeOid(CWriteAccess& access, CEOID& oid)
     if (m_nFree == 0) {
         CVolumeRecord record = m_record;
         if (record.oidNext == 0) return ERROR_DISK_FULL;
+        // An OID that was given out in an abandoned batch may be in somebody's handle or bookmark yet.
+        if (record.oidNext < m_oidUnknown) record.oidNext = m_oidUnknown;
         const DWORD nLeft = 0 - record.oidNext; // up to the highest OID there can be
         m_oidFree = record.oidNext;
         const DWORD nTaken = nLeft < kOidBlock ? nLeft : kOidBlock;
@@ -144,6 +146,7 @@ DWORD COpenVolume::TakeOid(CWriteAccess& access, CEOID& oid)
     }
     oid = m_oidFree++;
     --m_nFree;
+    if (m_oidUnknown < m_oidFree) m_oidUnknown = m_oidFree;
     return ERROR_SUCCESS;
 }
 

@@ -75,7 +75,7 @@ public:
     // The time of a change. A batch asks the system for it once a tick, which takes as long as a tenth of the change.
     FILETIME Now(const CAccess& access);
 
-    // The cached database, new or emptied of what it knew; and the forgetting of a deleted one.
+    // The cached database, new or with what is known of one with this OID; and the forgetting of a deleted one.
     CDatabase& Remember(CEOID oid);
     void Forget(CEOID oid);
 
@@ -98,6 +98,7 @@ private:
     ULONGLONG m_ullShapeEpoch = 1; // likewise for shapes
     CEOID m_oidFree = 0;           // next OID of the block that was taken
     DWORD m_nFree = 0;             // and how many are left of it
+    CEOID m_oidUnknown = 0;        // nobody here has ever been given this one or a higher one
     DWORD m_dwTick = 0;            // of the system, in which the batch asked for the time
     FILETIME m_ftTick = {};        // and what it was; 0: not asked yet
     bool m_bBatchEnding = false;   // between EndBatch's steps another thread may come: it must believe nothing either

@@ -110,6 +110,29 @@ TEST_F(BatchTest, APointerOnARecordThatTheAbandonedBatchMadeIsOnADeletedOne)
     EXPECT_EQ("1:I4=1", Read(m_db).strContent);
 }
 
+TEST_F(BatchTest, ADatabaseMadeAfterAnAbandonedBatchHasNothingOfTheOneMadeInIt)
+{
+    EXPECT_WORKS(::CeBeginBatch(&m_guid));
+    const CEOID oidGone = MakeDatabase(m_guid, L"gone", {Order({{kNumber}})});
+    CDb gone = OpenDb(m_guid, oidGone, kNumber);
+    EXPECT_WORKS(Write(gone, 0, CProps().I4(1, 5).Text(2, L"gone")));
+    EXPECT_WORKS(::CeAbandonBatch(&m_guid));
+    const CEOID oidNew = MakeDatabase(m_guid, L"new", {Order({{Prop(2, CEVT_LPWSTR)}})});
+    EXPECT_NE(oidGone, oidNew) << "an open handle of the one must not become one of the other";
+    EXPECT_FAILS(ERROR_INVALID_HANDLE, Write(gone, 0, CProps().I4(1, 6)));
+    EXPECT_EQ(0u, CountRecords(m_guid, oidNew));
+    {
+        const CDb db = OpenDb(m_guid, oidNew);
+        EXPECT_WORKS(Write(db, 0, CProps().I4(1, 7).Text(2, L"new")));
+        EXPECT_EQ(1u, WalkForward(db).size());
+    }
+    EXPECT_EQ("", CheckVolume(m_guid));
+    gone.Close();
+    Remount();
+    EXPECT_EQ(1u, CountRecords(m_guid, oidNew));
+    EXPECT_EQ("", CheckVolume(m_guid));
+}
+
 TEST_F(BatchTest, BatchesDoNotNestAndEndOnce)
 {
     EXPECT_FAILS(ERROR_NO_DATA, ::CeCommitBatch(&m_guid));
