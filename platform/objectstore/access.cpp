@@ -123,7 +123,7 @@ DWORD CWriteAccess::Put(CBytes key, CBytes value)
     }
     BYTE* p = nullptr;
     const DWORD dwError = Put(key, value.cb, p);
-    if (dwError == ERROR_SUCCESS) std::memcpy(p, value.p, value.cb);
+    if (dwError == ERROR_SUCCESS) CopyBytes(p, value.p, value.cb); // of which there may be none, at no address
     return dwError;
 }
 
@@ -136,7 +136,7 @@ DWORD CWriteAccess::Append(CBytes key, CBytes value)
 {
     BYTE* p = nullptr;
     const DWORD dwError = Insert(key, value.cb, p, MDB_APPEND);
-    if (dwError == ERROR_SUCCESS) std::memcpy(p, value.p, value.cb);
+    if (dwError == ERROR_SUCCESS) CopyBytes(p, value.p, value.cb); // of which there may be none, at no address
     return dwError;
 }
 

@@ -30,7 +30,7 @@ void fuzz::records(const uint8_t* data, size_t size)
         const size_t cb = field.form == CField::kWide ? field.cch * 2 : field.cch;
         FUZZ_EXPECT(field.p >= value.p && field.p <= pEnd && cb <= static_cast<size_t>(pEnd - field.p));
         if (field.form == CField::kBlob) continue;
-        wchar_t* const text = new wchar_t[field.cch + 1];
+        wchar_t* const text = new wchar_t[(field.cch + 2) & ~1u]; // a whole number of words
         ExpandText(text, field);
         FUZZ_EXPECT(text[field.cch] == 0);
         delete[] text;
