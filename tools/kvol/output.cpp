@@ -65,8 +65,11 @@ CProgress::CProgress(const char* pszWhat, size_t total)
 
 CProgress::~CProgress()
 {
-    // Blanks, not an escape sequence: not every console obeys those.
-    if (m_cchDrawn) Err("\r" + std::string(m_cchDrawn, ' ') + "\r");
+    if (!m_cchDrawn) return;
+    // Blanks, not an escape sequence: not every console obeys those. One by one: a destructor asks for no memory.
+    Err("\r");
+    for (size_t i = 0; i < m_cchDrawn; ++i) Err(" ");
+    Err("\r");
 }
 
 void CProgress::Show(size_t done)

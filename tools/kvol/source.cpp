@@ -12,6 +12,19 @@ namespace {
 // Larger files have more than 65,535 records of any sensible size, or records larger than a volume takes.
 constexpr unsigned long long kMostBytes = 512ull << 20;
 
+// Closes a file at the end, also when memory runs out for what is in it.
+class CClosing
+{
+public:
+    explicit CClosing(HANDLE h) : m_h(h) {}
+    ~CClosing() { ::CloseHandle(m_h); }
+    CClosing(const CClosing&) = delete;
+    CClosing& operator=(const CClosing&) = delete;
+
+private:
+    const HANDLE m_h;
+};
+
 std::string ReadWhole(const std::string& path)
 {
     const HANDLE h = ::CreateFileW(Wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
@@ -20,6 +33,7 @@ std::string ReadWhole(const std::string& path)
         const DWORD dwError = ::GetLastError();
         throw CFailure("cannot read " + Quoted(path) + ": " + SystemText(dwError));
     }
+    const CClosing closing(h);
     LARGE_INTEGER size = {};
     std::string bytes;
     DWORD dwError = ::GetFileSizeEx(h, &size) ? ERROR_SUCCESS : ::GetLastError();
@@ -31,7 +45,6 @@ std::string ReadWhole(const std::string& path)
             dwError = ::GetLastError();
         bytes.resize(cbRead);
     }
-    ::CloseHandle(h);
     if (dwError) throw CFailure("cannot read " + Quoted(path) + ": " + SystemText(dwError));
     return bytes;
 }

@@ -3,6 +3,8 @@
 #include "failure.h"
 #include "text.h"
 
+#include <new>
+
 namespace kvol {
 
 CSqlite::CSqlite(const std::string& path, Use use) : m_path(path)
@@ -115,21 +117,28 @@ double CStatement::Real(int n) const
     return ::sqlite3_column_double(m_pStatement, n);
 }
 
+// A text that memory was out for is no empty one.
+template <class Pointer> Pointer CStatement::Had(Pointer p) const
+{
+    if (!p && ::sqlite3_errcode(m_db.Handle()) == SQLITE_NOMEM) throw std::bad_alloc();
+    return p;
+}
+
 std::string_view CStatement::Text(int n) const
 {
-    const auto* p = reinterpret_cast<const char*>(::sqlite3_column_text(m_pStatement, n));
+    const auto* p = reinterpret_cast<const char*>(Had(::sqlite3_column_text(m_pStatement, n)));
     return p ? std::string_view(p, ::sqlite3_column_bytes(m_pStatement, n)) : std::string_view();
 }
 
 std::wstring_view CStatement::WideText(int n) const
 {
-    const auto* p = static_cast<const wchar_t*>(::sqlite3_column_text16(m_pStatement, n));
+    const auto* p = static_cast<const wchar_t*>(Had(::sqlite3_column_text16(m_pStatement, n)));
     return p ? std::wstring_view(p, ::sqlite3_column_bytes16(m_pStatement, n) / sizeof(wchar_t)) : std::wstring_view();
 }
 
 std::string_view CStatement::Blob(int n) const
 {
-    const auto* p = static_cast<const char*>(::sqlite3_column_blob(m_pStatement, n));
+    const auto* p = static_cast<const char*>(Had(::sqlite3_column_blob(m_pStatement, n)));
     return p ? std::string_view(p, ::sqlite3_column_bytes(m_pStatement, n)) : std::string_view();
 }
 

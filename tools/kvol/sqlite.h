@@ -68,6 +68,7 @@ public:
 
 private:
     void Check(int rc) const;
+    template <class Pointer> Pointer Had(Pointer p) const;
     CSqlite& m_db;
     sqlite3_stmt* m_pStatement = nullptr;
 };
