@@ -60,10 +60,12 @@ bool HasDatabase(CVolume& volume, const wchar_t* pszName)
 {
     CEOID oid = 0;
     std::wstring name = pszName;
-    const HANDLE h = ::CeOpenDatabaseEx(volume.Guid(), &oid, name.data(), 0, 0, nullptr);
-    if (h == INVALID_HANDLE_VALUE) return false;
-    ::CloseHandle(h);
-    return true;
+    const CStoreHandle database(::CeOpenDatabaseEx(volume.Guid(), &oid, name.data(), 0, 0, nullptr));
+    const DWORD dwError = ::GetLastError();
+    if (database.IsValid()) return true;
+    if (dwError == ERROR_FILE_NOT_FOUND) return false;
+    throw CFailure("cannot open the database " + Quoted(name) + " in " + Quoted(volume.Path()) + ": " +
+                   SystemText(dwError));
 }
 
 } // namespace
@@ -184,7 +186,8 @@ std::vector<CatalogueRow> CCatalogue::Rows(const wchar_t* pszCatalogue)
     const int nFields = row->getTable()->m_nFields;
     const std::string what = "cannot read " + ToUtf8(pszCatalogue) + " of " + Quoted(m_volume.Path());
     std::vector<CatalogueRow> rows;
-    for (Call(what, [&] { return row->MoveFirst(); }); !row->IsEOF(); Call(what, [&] { return row->MoveNext(); })) {
+    for (bool bOn = Walk(what, *row, [&] { return row->MoveFirst(); }); bOn;
+         bOn = Walk(what, *row, [&] { return row->MoveNext(); })) {
         CatalogueRow record;
         record.oid = row->getBookmark();
         const long hr = row->ReadFromDB();

@@ -62,8 +62,7 @@ std::vector<CatalogueRow> ReadRows(CVolume& volume, CCatalogue& reader, const Ca
     std::vector<CatalogueRow> rows = reader.Rows(catalogue.pszName);
     CEOID oid = 0;
     std::wstring name = catalogue.pszName;
-    const HANDLE h = ::CeOpenDatabaseEx(volume.Guid(), &oid, name.data(), 0, 0, nullptr);
-    if (h != INVALID_HANDLE_VALUE) ::CloseHandle(h);
+    const CStoreHandle database(::CeOpenDatabaseEx(volume.Guid(), &oid, name.data(), 0, 0, nullptr));
     CEDBASEINFO info = {};
     if (!DescribeDatabase(volume, oid, info)) {
         report.Fault(ToUtf8(name), "the store does not describe the catalogue");
@@ -203,12 +202,8 @@ void CheckIndexes(CVolume& volume, CCatalogue& reader, const Known& known, const
 
 void NoteOthers(CVolume& volume, const Known& known, CReport& report)
 {
-    const HANDLE hEnum = ::CeFindFirstDatabaseEx(volume.Guid(), 0);
-    if (hEnum == INVALID_HANDLE_VALUE) {
-        report.Fault("volume", "its databases cannot be listed: " + SystemText(::GetLastError()));
-        return;
-    }
-    while (const CEOID oid = ::CeFindNextDatabaseEx(hEnum, nullptr)) {
+    CDatabases databases(volume);
+    while (const CEOID oid = databases.Next()) {
         CEDBASEINFO info = {};
         if (known.count(oid)) continue;
         if (!DescribeDatabase(volume, oid, info)) {
@@ -221,11 +216,6 @@ void NoteOthers(CVolume& volume, const Known& known, CReport& report)
             bCatalogue = bCatalogue || ::_wcsicmp(name.c_str(), pszName) == 0;
         }
         if (!bCatalogue) report.Note("database " + Quoted(name), "no table is stored in it");
-    }
-    const DWORD dwError = ::GetLastError();
-    ::CloseHandle(hEnum);
-    if (dwError != ERROR_NO_MORE_ITEMS) {
-        report.Fault("volume", "its databases cannot be listed to the end: " + SystemText(dwError));
     }
 }
 

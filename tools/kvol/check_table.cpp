@@ -48,13 +48,18 @@ std::vector<CEOID> CheckRecords(CVolume& volume, const TableInfo& table, CReport
 {
     std::vector<CEOID> records;
     CEOID oid = table.oid;
-    const HANDLE h = ::CeOpenDatabaseEx(volume.Guid(), &oid, nullptr, 0, 0, nullptr);
-    if (h == INVALID_HANDLE_VALUE) {
+    const CStoreHandle database(::CeOpenDatabaseEx(volume.Guid(), &oid, nullptr, 0, 0, nullptr));
+    const HANDLE h = database.Get();
+    if (!database.IsValid()) {
         const DWORD dwError = ::GetLastError();
         throw CFailure("its database cannot be opened: " + SystemText(dwError));
     }
-    LPBYTE pBuffer = nullptr;
-    DWORD cbBuffer = 0;
+    struct CBuffer
+    {
+        ~CBuffer() { ::LocalFree(p); }
+        LPBYTE p = nullptr;
+        DWORD cb = 0;
+    } buffer;
     std::set<CEOID> seen;
     CEOID current = ::CeSeekDatabase(h, CEDB_SEEK_BEGINNING, 0, nullptr);
     DWORD dwError = ::GetLastError();
@@ -71,10 +76,11 @@ std::vector<CEOID> CheckRecords(CVolume& volume, const TableInfo& table, CReport
             report.Fault(RecordPlace(table, current), "the store does not know it as a record of this table");
         }
         WORD nValues = 0;
-        const CEOID read = ::CeReadRecordPropsEx(h, CEDB_ALLOWREALLOC, &nValues, nullptr, &pBuffer, &cbBuffer, nullptr);
+        const CEOID read =
+            ::CeReadRecordPropsEx(h, CEDB_ALLOWREALLOC, &nValues, nullptr, &buffer.p, &buffer.cb, nullptr);
         dwError = ::GetLastError();
         if (read == current) {
-            CheckProperties(table, current, reinterpret_cast<const CEPROPVAL*>(pBuffer), nValues, report);
+            CheckProperties(table, current, reinterpret_cast<const CEPROPVAL*>(buffer.p), nValues, report);
         } else if (read) {
             report.Fault(RecordPlace(table, current), "reading it gives the record " + std::to_string(read));
         } else if (dwError != ERROR_NO_DATA) { // what a record without any value gives; the library's walk names it
@@ -83,8 +89,6 @@ std::vector<CEOID> CheckRecords(CVolume& volume, const TableInfo& table, CReport
         current = ::CeSeekDatabase(h, CEDB_SEEK_CURRENT, 1, nullptr);
         dwError = ::GetLastError();
     }
-    if (pBuffer) ::LocalFree(pBuffer);
-    ::CloseHandle(h);
     if (dwError != ERROR_NO_MORE_ITEMS) {
         report.Fault("table " + Quoted(table.name),
                      "the walk ends after " + Counted(records.size(), "record") + ": " + SystemText(dwError));

@@ -1,6 +1,7 @@
 #include "commands.h"
 #include "database.h"
 #include "output.h"
+#include "translated.h"
 
 #include <korvanebatch.h>
 
@@ -18,7 +19,10 @@ struct Content
 ULONGLONG FileSize(const std::wstring& path)
 {
     WIN32_FILE_ATTRIBUTE_DATA data = {};
-    ::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data);
+    if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
+        const DWORD dwError = ::GetLastError();
+        throw CFailure("the size of " + Quoted(path) + " cannot be told: " + SystemText(dwError));
+    }
     return static_cast<ULONGLONG>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
 }
 
@@ -27,14 +31,13 @@ Content Count(const Options& options)
     Content content;
     {
         CVolume volume(options.volume, CVolume::Use::Existing);
-        const HANDLE hEnum = ::CeFindFirstDatabaseEx(volume.Guid(), 0);
-        while (const CEOID oid = ::CeFindNextDatabaseEx(hEnum, nullptr)) {
+        CDatabases databases(volume);
+        while (const CEOID oid = databases.Next()) {
             CEDBASEINFO info = {};
             if (!DescribeDatabase(volume, oid, info)) continue;
             ++content.nDatabases;
             content.nRecords += info.wNumRecords;
         }
-        ::CloseHandle(hEnum);
     }
     content.cbFile = FileSize(Wide(options.volume));
     return content;
@@ -50,9 +53,10 @@ std::string Described(const Content& content)
 
 void RunCompact(const Options& options)
 {
-    const Content before = Count(options);
+    const std::string described = Described(Count(options));
     wchar_t problem[512] = L"";
-    if (!::CeCompactDBVol(Wide(options.volume).c_str(), problem, ARRAYSIZE(problem))) {
+    const std::wstring path = Wide(options.volume);
+    if (!::CeCompactDBVol(path.c_str(), problem, ARRAYSIZE(problem))) {
         const DWORD dwError = ::GetLastError();
         const std::string what = "cannot compact the volume " + Quoted(options.volume) + ", which is as it was: ";
         switch (dwError) {
@@ -67,8 +71,19 @@ void RunCompact(const Options& options)
             throw CFailure(what + SystemText(dwError));
         }
     }
-    const Content after = Count(options);
-    Out("before: " + Described(before) + "\nnow:    " + Described(after) + "\n");
+    std::string now;
+    try {
+        now = Described(Translated([&] { return Count(options); }));
+    } catch (const std::bad_alloc&) {
+        throw CFailure("the volume is compacted, but what it has now was not counted: out of memory");
+    } catch (const CFailure& failure) {
+        throw CFailure(std::string("the volume is compacted, but what it has now was not counted: ") + failure.what());
+    }
+    Out("before: ");
+    Out(described);
+    Out("\nnow:    ");
+    Out(now);
+    Out("\n");
 }
 
 } // namespace kvol

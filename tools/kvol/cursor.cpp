@@ -18,7 +18,12 @@ _variant_t KeyOf(const TableInfo& table, const IndexInfo& index, const std::stri
 
 CTableCursor::CTableCursor(CVolume& volume, const TableInfo& table) : m_volume(volume), m_table(table)
 {
-    Call("cannot open the volume " + Quoted(volume.Path()), [&] { return m_connection.Open(volume.WidePath()); });
+    try {
+        Call("cannot open the volume " + Quoted(volume.Path()), [&] { return m_connection.Open(volume.WidePath()); });
+    } catch (...) {
+        m_connection.ReleaseSystemTables();
+        throw;
+    }
     Call("cannot open the table " + Quoted(table.name) + " of " + Quoted(volume.Path()) +
              " (\"kvol check\" says what is wrong with a volume)",
          [&] { return m_connection.OpenTable(CString(table.name.c_str()), m_row); });
@@ -38,14 +43,12 @@ std::string CTableCursor::Place() const
 
 bool CTableCursor::First()
 {
-    Call("cannot go to the first record of " + Quoted(m_table.name), [&] { return m_row->MoveFirst(); });
-    return !m_row->IsEOF();
+    return Walk("cannot go to the first record of " + Quoted(m_table.name), *m_row, [&] { return m_row->MoveFirst(); });
 }
 
 bool CTableCursor::Next()
 {
-    Call([&] { return Place() + ": cannot go to the next record"; }, [&] { return m_row->MoveNext(); });
-    return !m_row->IsEOF();
+    return Walk([&] { return Place() + ": cannot go to the next record"; }, *m_row, [&] { return m_row->MoveNext(); });
 }
 
 void CTableCursor::UseIndex(const IndexInfo& index)

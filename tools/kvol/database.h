@@ -44,6 +44,20 @@ template <class What, class Function> long Call(const What& what, Function funct
     }
 }
 
+// Moves a row, which says no more than that it reached no record: a move that failed is not the end of the walk. True
+// while there is a record.
+template <class What, class Function> bool Walk(const What& what, KorvaneDB::CRow& row, Function move)
+{
+    return Call(what,
+                [&]() -> long {
+                    const long hr = move();
+                    const DWORD dwError = ::GetLastError();
+                    const bool bEnd = !row.IsEOF() || dwError == ERROR_NO_MORE_ITEMS || dwError == ERROR_SUCCESS;
+                    return hr >= 0 && !bEnd ? E_FAIL : hr;
+                }) >= 0 &&
+           !row.IsEOF();
+}
+
 // An absent property.
 inline _variant_t Absent()
 {
@@ -125,8 +139,39 @@ private:
     bool m_bOpen = true;
 };
 
-// A database as the store describes it; false when the OID is of no database.
+// A database as the store describes it; false when the OID is of no database. Throws when the store cannot tell.
 bool DescribeDatabase(CVolume& volume, CEOID oid, CEDBASEINFO& info);
+
+// A handle of the store's, closed at the end.
+class CStoreHandle
+{
+public:
+    explicit CStoreHandle(HANDLE h) : m_h(h) {}
+    ~CStoreHandle()
+    {
+        if (m_h != INVALID_HANDLE_VALUE) ::CloseHandle(m_h);
+    }
+    CStoreHandle(const CStoreHandle&) = delete;
+    CStoreHandle& operator=(const CStoreHandle&) = delete;
+    HANDLE Get() const { return m_h; }
+    bool IsValid() const { return m_h != INVALID_HANDLE_VALUE; }
+
+private:
+    const HANDLE m_h;
+};
+
+// All databases of a volume, one after the other.
+class CDatabases
+{
+public:
+    explicit CDatabases(CVolume& volume);
+    CEOID Next(); // 0 behind the last one
+
+private:
+    [[noreturn]] void Fail(DWORD dwError) const;
+    CVolume& m_volume;
+    const CStoreHandle m_enumeration;
+};
 
 // A catalogue record as it stands; VT_NULL where it lacks the property.
 struct CatalogueRow
@@ -182,6 +227,13 @@ private:
 // message then.
 _variant_t KeyOf(const TableInfo& table, const IndexInfo& index, const std::string& text, const char* pszWhere = "");
 
+// A connection that could not read the catalogues keeps them open: somebody has to close them, or the volume stays in use.
+class CReleasingConnection : public KorvaneDB::CConnection
+{
+public:
+    using CConnection::ReleaseSystemTables;
+};
+
 // A cursor on one table. The connection is the library's ordinary one, which reads the catalogues itself.
 class CTableCursor
 {
@@ -208,7 +260,7 @@ public:
 private:
     CVolume& m_volume;
     const TableInfo& m_table;
-    KorvaneDB::CConnection m_connection;
+    CReleasingConnection m_connection;
     CSmartPtr<KorvaneDB::CRow> m_row;
     std::vector<_variant_t> m_values;
 };

@@ -1,6 +1,7 @@
 #include "commands.h"
 #include "database.h"
 #include "output.h"
+#include "translated.h"
 
 #include <korvanebatch.h>
 
@@ -10,9 +11,14 @@ namespace kvol {
 
 namespace {
 
-VOID CALLBACK Found(LPCWSTR lpFinding, LPVOID)
+// A line of the report for each. No exception may pass the store's frames: what could not be told is counted.
+VOID CALLBACK Found(LPCWSTR lpFinding, LPVOID lpUntold)
 {
-    Out(ToUtf8(lpFinding) + "\n");
+    try {
+        Out(ToUtf8(lpFinding) + "\n");
+    } catch (const std::bad_alloc&) {
+        ++*static_cast<size_t*>(lpUntold);
+    }
 }
 
 bool IsMadeUp(const CEDBASEINFO& info)
@@ -93,7 +99,9 @@ bool RunRecover(const Options& options)
 {
     if (options.file.empty() || options.volume.empty()) throw CUsageError("the path of a volume is empty");
     CESALVAGEINFO info = {};
-    if (!::CeSalvageDBVol(Wide(options.file).c_str(), Wide(options.volume).c_str(), &info, Found, nullptr)) {
+    size_t nUntold = 0;
+    const std::wstring from = Wide(options.file), to = Wide(options.volume);
+    if (!::CeSalvageDBVol(from.c_str(), to.c_str(), &info, Found, &nUntold)) {
         const DWORD dwError = ::GetLastError();
         const std::string what = "cannot recover " + Quoted(options.file) + " into " + Quoted(options.volume) + ": ";
         switch (dwError) {
@@ -110,12 +118,20 @@ bool RunRecover(const Options& options)
     size_t nEmpty = 0;
     bool bCatalogues = true;
     try {
-        CVolume volume(options.volume, CVolume::Use::Existing);
-        nEmpty = MendCatalogues(volume);
+        nEmpty = Translated([&] {
+            CVolume volume(options.volume, CVolume::Use::Existing);
+            return MendCatalogues(volume);
+        });
     } catch (const CFailure& failure) {
         bCatalogues = false;
-        Out(std::string("the catalogues could not be mended: ") + failure.what() + "\n");
+        Out("the catalogues could not be mended: ");
+        Out(failure.what());
+        Out("\n");
+    } catch (const std::bad_alloc&) {
+        bCatalogues = false;
+        Out("the catalogues could not be mended: out of memory\n");
     }
+    if (nUntold) Out("not everything that was found is told here: out of memory\n");
     Out(options.volume + ": " + Counted(info.nDatabases, "database") + " with " + Counted(info.nRecords, "record") +
         "; " + Counted(info.nDamagedPages) + " of " + Counted(info.nPages, "page") + " damaged or missing, " +
         Counted(info.nLostRecords, "record") + " known to be lost\n");

@@ -47,9 +47,38 @@ CVolume::~CVolume()
 bool DescribeDatabase(CVolume& volume, CEOID oid, CEDBASEINFO& info)
 {
     CEOIDINFO object = {};
-    if (!::CeOidGetInfoEx(volume.Guid(), oid, &object) || object.wObjType != OBJTYPE_DATABASE) return false;
+    if (!::CeOidGetInfoEx(volume.Guid(), oid, &object)) {
+        const DWORD dwError = ::GetLastError();
+        // A database that cannot be described for want of memory is not one that there is not: recover would make it anew.
+        if (dwError != ERROR_INVALID_HANDLE && dwError != ERROR_INVALID_PARAMETER && dwError != ERROR_FILE_CORRUPT) {
+            throw CFailure("the volume " + Quoted(volume.Path()) + ": the store does not describe the object " +
+                           std::to_string(oid) + ": " + SystemText(dwError));
+        }
+        return false;
+    }
+    if (object.wObjType != OBJTYPE_DATABASE) return false;
     info = object.infDatabase;
     return true;
+}
+
+CDatabases::CDatabases(CVolume& volume) : m_volume(volume), m_enumeration(::CeFindFirstDatabaseEx(volume.Guid(), 0))
+{
+    const DWORD dwError = ::GetLastError();
+    if (!m_enumeration.IsValid()) Fail(dwError);
+}
+
+CEOID CDatabases::Next()
+{
+    const CEOID oid = ::CeFindNextDatabaseEx(m_enumeration.Get(), nullptr);
+    const DWORD dwError = ::GetLastError();
+    if (!oid && dwError != ERROR_NO_MORE_ITEMS) Fail(dwError);
+    return oid;
+}
+
+void CDatabases::Fail(DWORD dwError) const
+{
+    throw CFailure("the databases of the volume " + Quoted(m_volume.Path()) +
+                   " cannot be listed: " + SystemText(dwError));
 }
 
 CBatch::CBatch(CVolume& volume) : m_volume(volume)
