@@ -16,9 +16,10 @@ void RunDrop(const Options& options)
         DescribeDatabase(volume, table.oid, info); // a table without its database has no records
         catalogue.Remove(table, "drop");
     }
+    const std::string line = OneLine(options.table) + ": dropped with " + Counted(info.wNumRecords, "record") +
+                             " and " + Counted(table.indexes.size(), "index") + "\n";
     batch.Commit();
-    Out(OneLine(options.table) + ": dropped with " + Counted(info.wNumRecords, "record") + " and " +
-        Counted(table.indexes.size(), "index") + "\n");
+    Out(line);
 }
 
 } // namespace kvol

@@ -122,8 +122,9 @@ void RunSet(const Options& options)
         }
         nRecords = records.size();
     }
+    const std::string line = Counted(nRecords, "record") + " changed\n";
     batch.Commit();
-    Out(Counted(nRecords, "record") + " changed\n");
+    Out(line);
 }
 
 void RunDelete(const Options& options)
@@ -143,8 +144,9 @@ void RunDelete(const Options& options)
         }
         nRecords = records.size();
     }
+    const std::string line = Counted(nRecords, "record") + " deleted\n";
     batch.Commit();
-    Out(Counted(nRecords, "record") + " deleted\n");
+    Out(line);
 }
 
 } // namespace kvol

@@ -167,30 +167,36 @@ private:
 };
 
 // Databases that no table is in: SQLite has no place for them.
-void NoteOthers(CVolume& volume, const CCatalogue& catalogue)
+std::string NotesOnOthers(CVolume& volume, const CCatalogue& catalogue)
 {
     std::set<CEOID> known;
     for (const TableInfo& table : catalogue.Tables()) known.insert(table.oid);
-    const HANDLE hEnum = ::CeFindFirstDatabaseEx(volume.Guid(), 0);
-    if (hEnum == INVALID_HANDLE_VALUE) return;
-    while (const CEOID oid = ::CeFindNextDatabaseEx(hEnum, nullptr)) {
+    std::string notes;
+    CDatabases databases(volume);
+    while (const CEOID oid = databases.Next()) {
         CEDBASEINFO info = {};
         if (known.count(oid) || !DescribeDatabase(volume, oid, info) || ::_wcsnicmp(info.szDbaseName, L"MSys", 4) == 0)
             continue;
-        Out("note: database " + Quoted(std::wstring_view(info.szDbaseName)) +
-            ": no table is stored in it; it was left out\n");
+        notes += "note: database " + Quoted(std::wstring_view(info.szDbaseName)) +
+                 ": no table is stored in it; it was left out\n";
     }
-    ::CloseHandle(hEnum);
+    return notes;
 }
 
 // Removes the new file unless it was moved to its place.
 class CNewFile
 {
 public:
-    explicit CNewFile(std::wstring path) : m_path(std::move(path)) { ::DeleteFileW(m_path.c_str()); }
+    explicit CNewFile(std::wstring path) : m_path(std::move(path)), m_journal(m_path + L"-journal")
+    {
+        ::DeleteFileW(m_path.c_str());
+        ::DeleteFileW(m_journal.c_str());
+    }
+    // SQLite makes a journal all the same, and leaves it, when memory is out while it ends.
     ~CNewFile()
     {
         if (!m_bMoved) ::DeleteFileW(m_path.c_str());
+        ::DeleteFileW(m_journal.c_str());
     }
     CNewFile(const CNewFile&) = delete;
     CNewFile& operator=(const CNewFile&) = delete;
@@ -202,7 +208,7 @@ public:
     }
 
 private:
-    std::wstring m_path;
+    std::wstring m_path, m_journal;
     bool m_bMoved = false;
 };
 
@@ -233,15 +239,16 @@ void RunExport(const Options& options)
         db.Run("COMMIT");
         db.Close();
     }
+    if (nStrays) {
+        lines += "note: " + Counted(nStrays, "property") +
+                 " of no field of their table were left out; \"kvol check\" names them\n";
+    }
+    lines += NotesOnOthers(volume, catalogue);
     if (!file.MoveTo(path, options.bReplace)) {
         const DWORD dwError = ::GetLastError();
         throw CFailure("cannot put the new file in the place of " + Quoted(options.file) + ": " + SystemText(dwError));
     }
     Out(lines);
-    if (nStrays)
-        Out("note: " + Counted(nStrays, "property") +
-            " of no field of their table were left out; \"kvol check\" names them\n");
-    NoteOthers(volume, catalogue);
 }
 
 } // namespace kvol

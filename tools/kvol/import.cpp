@@ -222,9 +222,12 @@ void RunImport(const Options& options)
         catalogue.Add(table);
     }
     WriteRecords(volume, table, source);
+    // Before the end: what memory is out for is not to be done and yet reported as failed.
+    const std::string line =
+        OneLine(options.table) + ": " + Counted(source.rows.size(), "record") + " imported from " + source.name + "\n";
     batch.Commit();
     volume.Keep();
-    Out(OneLine(options.table) + ": " + Counted(source.rows.size(), "record") + " imported from " + source.name + "\n");
+    Out(line);
 }
 
 } // namespace kvol

@@ -76,10 +76,10 @@ void RunImportSqlite(const Options& options)
             lines += OneLine(from.name) + ": " + Counted(nRecords, "record") + " imported from " + options.file + "\n";
         }
     }
+    for (const std::string& note : source.Notes()) lines += "note: " + note + "\n";
     batch.Commit();
     volume.Keep();
     Out(lines);
-    for (const std::string& note : source.Notes()) Out("note: " + note + "\n");
 }
 
 } // namespace kvol
