@@ -19,13 +19,21 @@ struct CKnown
 };
 
 constexpr CKnown kKnown[] = {
-    {L"korvaneLib.dll", EKind::kOurs},         {L"korvaneafx.dll", EKind::kOurs},
-    {L"korvanestore.dll", EKind::kOurs},       {L"imgdecmp.dll", EKind::kOurs},
-    {L"aygshell.dll", EKind::kOurs},           {L"msvcrt.dll", EKind::kRuntime},
-    {L"ucrtbase.dll", EKind::kRuntime},        {L"libstdc++-6.dll", EKind::kRuntime},
-    {L"libgcc_s_dw2-1.dll", EKind::kUnwinder}, {L"libwinpthread-1.dll", EKind::kUnwinder},
-    {L"oleaut32.dll", EKind::kSystem},         {L"ole32.dll", EKind::kSystem},
-    {L"combase.dll", EKind::kSystem},          {L"windowscodecs.dll", EKind::kSystem},
+    {L"korvaneLib.dll", EKind::kOurs},
+    {L"korvaneafx.dll", EKind::kOurs},
+    {L"korvanestore.dll", EKind::kOurs},
+    {L"imgdecmp.dll", EKind::kOurs},
+    {L"aygshell.dll", EKind::kOurs},
+    {L"kvol_faults.dll", EKind::kOurs},
+    {L"msvcrt.dll", EKind::kRuntime},
+    {L"ucrtbase.dll", EKind::kRuntime},
+    {L"libstdc++-6.dll", EKind::kRuntime},
+    {L"libgcc_s_dw2-1.dll", EKind::kUnwinder},
+    {L"libwinpthread-1.dll", EKind::kUnwinder},
+    {L"oleaut32.dll", EKind::kSystem},
+    {L"ole32.dll", EKind::kSystem},
+    {L"combase.dll", EKind::kSystem},
+    {L"windowscodecs.dll", EKind::kSystem},
 };
 
 constexpr size_t kMost = 32;

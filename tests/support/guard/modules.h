@@ -10,7 +10,7 @@ namespace guard {
 
 enum class EKind
 {
-    kOurs,     // the library, the framework, the store, the decoder, the starter of browsers
+    kOurs, // the library, the framework, the store, the decoder, the starter of browsers, kvol's commands as a module
     kProgram,  // the test program
     kRuntime,  // the C and C++ run-time libraries
     kUnwinder, // those of them that unwind the stack, and the threads' that they use
