@@ -2,7 +2,6 @@
 #include "volumestate.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace store {
 
