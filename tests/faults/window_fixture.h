@@ -3,6 +3,7 @@
 #define KORVANE_TESTS_FAULTS_WINDOW_FIXTURE_H
 
 #include "faults.h"
+#include "support/user_objects.h"
 
 #include <afxext.h>
 #include <afxwin.h>
@@ -174,27 +175,10 @@ private:
 class WindowFaultTest : public CFaultTest
 {
 protected:
-    static BOOL CALLBACK CountOne(HWND, LPARAM lParam)
-    {
-        ++*reinterpret_cast<int*>(lParam);
-        return TRUE;
-    }
-    static BOOL CALLBACK CountWithChildren(HWND hWnd, LPARAM lParam)
-    {
-        ::EnumChildWindows(hWnd, CountOne, lParam);
-        return CountOne(hWnd, lParam);
-    }
-    // The windows of this thread.
-    static int CountWindows()
-    {
-        int n = 0;
-        ::EnumThreadWindows(::GetCurrentThreadId(), CountWithChildren, reinterpret_cast<LPARAM>(&n));
-        return n;
-    }
     // Does it, and what a program does when it is idle. No window may be left.
     template <class Call> static long Do(Call call)
     {
-        const int nBefore = CountWindows();
+        const int nBefore = CountThreadWindows();
         long lResult;
         try {
             lResult = call();
@@ -203,11 +187,11 @@ protected:
             lResult = kNoResource;
         } catch (CMemoryException*) {
             Idle();
-            EXPECT_EQ(nBefore, CountWindows());
+            EXPECT_EQ(nBefore, CountThreadWindows());
             throw;
         }
         Idle();
-        EXPECT_EQ(nBefore, CountWindows());
+        EXPECT_EQ(nBefore, CountThreadWindows());
         return lResult;
     }
     static void Idle()

@@ -40,6 +40,15 @@ inline void CountMessageWindows(int& count)
 
 } // namespace user_objects_detail
 
+// The windows of this thread, and all windows in them.
+inline int CountThreadWindows()
+{
+    int count = 0;
+    ::EnumThreadWindows(::GetCurrentThreadId(), user_objects_detail::CountWithChildren,
+                        reinterpret_cast<LPARAM>(&count));
+    return count;
+}
+
 // Wine does not count the objects for GetGuiResources. It takes a handle's number alone for the handle, so that all
 // menus, icons, cursors and accelerator tables can be asked for; the windows are those of this thread.
 inline int CountUserObjects()
@@ -47,8 +56,7 @@ inline int CountUserObjects()
     if (const DWORD counted = ::GetGuiResources(::GetCurrentProcess(), GR_USEROBJECTS))
         return static_cast<int>(counted);
     using namespace user_objects_detail;
-    int count = 0;
-    ::EnumThreadWindows(::GetCurrentThreadId(), CountWithChildren, reinterpret_cast<LPARAM>(&count));
+    int count = CountThreadWindows();
     CountMessageWindows(count);
     for (unsigned int number = kFirst; number <= kLast; number += kStep) {
         const auto handle = reinterpret_cast<HANDLE>(number);
