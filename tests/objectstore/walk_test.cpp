@@ -125,7 +125,7 @@ protected:
     CEOID m_oidDatabase = 0;
     CDb m_writer;
     std::map<CEOID, std::string> m_known;
-    alignas(4) BYTE m_rgBuffer[32 * 1024];
+    alignas(CEPROPVAL) BYTE m_rgBuffer[32 * 1024];
 };
 
 TEST_F(WalkTest, EachRecordComesOnceInEveryOrderWithoutGapsInTheNumbersAndWithMany)
