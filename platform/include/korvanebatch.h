@@ -38,8 +38,8 @@ KORVANESTORE_API BOOL WINAPI CeCheckDBVol(PCEGUID pceguid, LPWSTR lpProblem, DWO
 // Nobody may have the volume mounted, and nobody can mount it meanwhile. Errors: ERROR_SHARING_VIOLATION or
 // ERROR_ACCESS_DENIED (it is mounted, or no file can be made beside it), ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND,
 // ERROR_DISK_FULL, ERROR_INVALID_PARAMETER (a path of more than 248 characters), ERROR_REVISION_MISMATCH,
-// ERROR_FILE_CORRUPT: lpProblem (dwNumChars characters, may be null) receives one sentence on the first thing found,
-// or is empty when the file is no volume.
+// the disk's own error when a page cannot be read, ERROR_FILE_CORRUPT: lpProblem (dwNumChars characters, may be null)
+// receives one sentence on the first thing found, or is empty when the file is no volume.
 KORVANESTORE_API BOOL WINAPI CeCompactDBVol(LPCWSTR lpszDBVol, LPWSTR lpProblem, DWORD dwNumChars);
 
 // What CeSalvageDBVol has done.
@@ -62,9 +62,10 @@ typedef VOID(CALLBACK* CESALVAGEPROC)(LPCWSTR lpFinding, LPVOID lpParam);
 // Databases and records keep their OIDs; sort orders are sorted anew. A database whose description is lost gets the name
 // that the volume's list of names has for it, in capitals, or "Recovered N", and no sort orders. Records whose list of
 // properties is lost cannot be read. The file is made as lpszNew with ".recovering" behind, checked, and renamed.
-// FALSE, and no new file: ERROR_FILE_CORRUPT (nothing of a volume is in it), ERROR_FILE_EXISTS (lpszNew does),
-// ERROR_INVALID_PARAMETER (a null pointer but for lpFound, an empty or overlong path), ERROR_FILE_NOT_FOUND,
-// ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_DISK_FULL.
+// FALSE, and no new file: ERROR_FILE_CORRUPT (nothing of a volume is in it), the disk's own error (nothing can be had of
+// it, and there are pages that the disk did not give), ERROR_FILE_EXISTS (lpszNew does), ERROR_INVALID_PARAMETER (a null
+// pointer but for lpFound, an empty or overlong path), ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED,
+// ERROR_DISK_FULL.
 KORVANESTORE_API BOOL WINAPI CeSalvageDBVol(LPCWSTR lpszDamaged, LPCWSTR lpszNew, CESALVAGEINFO* lpInfo,
                                             CESALVAGEPROC lpFound, LPVOID lpParam);
 

@@ -126,9 +126,10 @@ private:
 
 DWORD CheckVolume(COpenVolume& volume, std::wstring& strProblem)
 {
-    if (!volume.Engine().CheckPages(strProblem)) return ERROR_FILE_CORRUPT;
+    DWORD dwError = volume.Engine().CheckPages(strProblem);
+    if (dwError != ERROR_SUCCESS) return dwError;
     CReadAccess access(volume.Engine());
-    DWORD dwError = access.Error();
+    dwError = access.Error();
     if (dwError == ERROR_SUCCESS) dwError = volume.Sync(access);
     if (dwError == ERROR_FILE_CORRUPT) strProblem = L"the volume's own record is damaged";
     return dwError == ERROR_SUCCESS ? CChecker(volume, access, strProblem).Run() : dwError;

@@ -2,6 +2,7 @@
 #include "apiedge.h"
 #include "check.h"
 #include "mounts.h"
+#include "newfile.h"
 #include "station.h"
 #include "volumefile.h"
 
@@ -91,7 +92,13 @@ DWORD Compact(const wchar_t* pszPath, std::wstring& strProblem)
     CVolumeFile file;
     DWORD dwError = file.Open(szPath, FILE_SHARE_READ);
     if (dwError != ERROR_SUCCESS) return dwError;
+    CNewFile newFile(strNew.c_str());
     dwError = Copy(file, strNew.c_str(), strProblem);
+    // What the disk did not give is not damaged.
+    if (dwError == ERROR_FILE_CORRUPT && file.ReadError() != ERROR_SUCCESS) {
+        strProblem.clear();
+        return file.ReadError();
+    }
     if (dwError == ERROR_SUCCESS) dwError = Check(strNew.c_str(), strProblem);
     if (dwError == ERROR_SUCCESS) {
         // Between the closing of this handle and the renaming nobody gets further than to a handle of his own, which
@@ -104,7 +111,7 @@ DWORD Compact(const wchar_t* pszPath, std::wstring& strProblem)
                 dwError = ::GetLastError();
         }
     }
-    if (dwError != ERROR_SUCCESS) ::DeleteFileW(strNew.c_str());
+    newFile.SetDelete(dwError != ERROR_SUCCESS);
     return dwError;
 }
 

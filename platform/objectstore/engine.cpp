@@ -1,3 +1,4 @@
+#include "newfile.h"
 #include "volumestate.h"
 
 #include <cstdlib>
@@ -57,11 +58,11 @@ DWORD CVolumeState::PrepareFile(DWORD dwDisposition, bool bNew, bool bOthers, CV
     };
     // CREATE_ALWAYS replaces whatever lies there, TRUNCATE_EXISTING empties volumes.
     DWORD dwError = ERROR_SUCCESS;
+    DWORD cbFile = 0;
     if (!bNew && dwDisposition != CREATE_ALWAYS) {
         dwError = read();
-        if (dwError == ERROR_SUCCESS && !kv_state_is_sound(&header.flushed, ::GetFileSize(hFile, nullptr))) {
-            dwError = ERROR_FILE_CORRUPT;
-        }
+        if (dwError == ERROR_SUCCESS) dwError = GetSize(hFile, cbFile);
+        if (dwError == ERROR_SUCCESS && !kv_state_is_sound(&header.flushed, cbFile)) dwError = ERROR_FILE_CORRUPT;
     }
     if (dwError == ERROR_SUCCESS && (bNew || bToBeEmptied)) {
         dwError = FormatVolume(hFile);
@@ -69,8 +70,9 @@ DWORD CVolumeState::PrepareFile(DWORD dwDisposition, bool bNew, bool bOthers, CV
     }
     if (dwError != ERROR_SUCCESS || bOthers) return dwError;
 
-    const DWORD cbFile = ::GetFileSize(hFile, nullptr);
-    if (cbFile == INVALID_FILE_SIZE || cbFile > kLargestFile + kLargestStep) return ERROR_FILE_CORRUPT;
+    dwError = GetSize(hFile, cbFile);
+    if (dwError != ERROR_SUCCESS) return dwError;
+    if (cbFile > kLargestFile + kLargestStep) return ERROR_FILE_CORRUPT;
     const bool bLeftInThisRun = header.dwInUse && header.boot == PresentBoot();
     kv_state committed;
     const bool bMetasSound = kv_read_metas(image, cbFile, &committed) == MDB_SUCCESS;
@@ -137,6 +139,7 @@ DWORD CVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr
     const DWORD dwHow = dwDisposition == CREATE_NEW                                            ? CREATE_NEW
                         : dwDisposition == OPEN_EXISTING || dwDisposition == TRUNCATE_EXISTING ? OPEN_EXISTING
                                                                                                : OPEN_ALWAYS;
+    CNewFile newFile(szPath, false);
     std::unique_ptr<CVolume> opened(new CVolume); // before there is a handle that would have to be closed
     opened->m_pState->strPath = szPath;
     ::SetLastError(ERROR_SUCCESS);
@@ -146,19 +149,16 @@ DWORD CVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr
         const DWORD dwError = ::GetLastError();
         const DWORD dwAttributes = ::GetFileAttributesW(szPath);
         const bool bFolder = dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY);
-        opened->m_pState.reset();
         return bFolder ? ERROR_ACCESS_DENIED : dwError; // whatever the system calls it
     }
     bExisted = dwHow == OPEN_EXISTING || (dwHow == OPEN_ALWAYS && ::GetLastError() == ERROR_ALREADY_EXISTS);
     opened->m_pState->hFile = hFile;
+    newFile.SetDelete(!bExisted);
     const DWORD dwError = opened->m_pState->Open(dwDisposition, !bExisted);
-    if (dwError == ERROR_SUCCESS) {
-        volume = std::move(opened);
-        return ERROR_SUCCESS;
-    }
-    opened->m_pState.reset(); // never became a volume: there is nothing to flush
-    if (!bExisted) ::DeleteFileW(szPath);
-    return dwError;
+    if (dwError != ERROR_SUCCESS) return dwError;
+    newFile.SetDelete(false);
+    volume = std::move(opened);
+    return ERROR_SUCCESS;
 }
 
 DWORD CVolumeState::Open(DWORD dwDisposition, bool bCreated)
@@ -169,8 +169,9 @@ DWORD CVolumeState::Open(DWORD dwDisposition, bool bCreated)
     const bool bOthers = shared.OthersAreHere();
     CVolumeHeader header = {};
     // Another process may have made the new file a volume since it was created here.
-    const bool bNew = bCreated && ::GetFileSize(hFile, nullptr) == 0;
-    dwError = PrepareFile(dwDisposition, bNew, bOthers, header);
+    DWORD cbFile = 0;
+    if (bCreated) dwError = GetSize(hFile, cbFile);
+    if (dwError == ERROR_SUCCESS) dwError = PrepareFile(dwDisposition, bCreated && cbFile == 0, bOthers, header);
     if (dwError == ERROR_SUCCESS && !bOthers) shared.Reset(header, strPath);
     if (dwError == ERROR_SUCCESS) dwError = shared.Enter();
     if (dwError == ERROR_SUCCESS) {
@@ -218,7 +219,8 @@ DWORD CVolumeState::Close()
     pEnv = nullptr;
     if (bLast && dwError == ERROR_SUCCESS && shared->bInUseMarked) {
         // The file was let grow ahead of its content: back to it. If that fails it is only longer than it need be.
-        if (::GetFileSize(hFile, nullptr) > cbContent &&
+        DWORD cbFile = 0;
+        if (GetSize(hFile, cbFile) == ERROR_SUCCESS && cbFile > cbContent &&
             ::SetFilePointer(hFile, static_cast<LONG>(cbContent), nullptr, FILE_BEGIN) == cbContent) {
             ::SetEndOfFile(hFile);
         }

@@ -78,9 +78,9 @@ public:
     DWORD TakeNotes(CChangeNote* pNotes, DWORD nRoom);
     bool IsOwn(const CChangeNote& note) const; // of this process
 
-    // Walks both trees and the free list: every page is used exactly once, keys are in order. False, and a sentence in
-    // strProblem, for the first contradiction.
-    bool CheckPages(std::wstring& strProblem);
+    // Walks both trees and the free list: every page is used exactly once, keys are in order. ERROR_FILE_CORRUPT, and a
+    // sentence in strProblem, for the first contradiction.
+    DWORD CheckPages(std::wstring& strProblem);
 
     CVolumeState& State() { return *m_pState; } // for the store's innermost
 

@@ -149,53 +149,52 @@ DWORD CVolume::Flush()
     return dwError;
 }
 
-bool CVolume::CheckPages(std::wstring& strProblem)
+DWORD CVolume::CheckPages(std::wstring& strProblem)
 {
     CReadAccess access(*this);
     CVolumeState& state = *m_pState;
     if (access.Error() != ERROR_SUCCESS) {
-        strProblem = L"the volume cannot be read: error " + std::to_wstring(access.Error());
-        return false;
+        if (access.Error() == ERROR_FILE_CORRUPT) strProblem = L"the volume cannot be read";
+        return access.Error();
     }
     std::vector<BYTE> used(KV_PAGE_MAP_BYTES), freeMap(KV_PAGE_MAP_BYTES);
     uint32_t dwPage = 0;
     // The batch's own state has a free list that is not saved: the committed one is checked.
-    if (state.bBatch && state.BeginReading() != ERROR_SUCCESS) return false;
-    if (kv_list_used(state.pReadTxn, used.data(), &dwPage) != MDB_SUCCESS) {
-        strProblem = L"page " + std::to_wstring(dwPage) + L" is damaged, or used twice";
-        return false;
-    }
-    if (kv_list_free(state.pReadTxn, freeMap.data()) != MDB_SUCCESS) {
-        strProblem = L"the list of free pages contradicts itself";
-        return false;
-    }
+    DWORD dwError = state.bBatch ? state.BeginReading() : ERROR_SUCCESS;
+    if (dwError != ERROR_SUCCESS) return dwError;
+    // What could not be looked at is not damaged.
+    const auto report = [&](int rc, const std::wstring& strFound) -> DWORD {
+        if (rc == ENOMEM) return ERROR_NOT_ENOUGH_MEMORY;
+        strProblem = strFound;
+        return ERROR_FILE_CORRUPT;
+    };
+    int rc = kv_list_used(state.pReadTxn, used.data(), &dwPage);
+    if (rc != MDB_SUCCESS) return report(rc, L"page " + std::to_wstring(dwPage) + L" is damaged, or used twice");
+    rc = kv_list_free(state.pReadTxn, freeMap.data());
+    if (rc != MDB_SUCCESS) return report(rc, L"the list of free pages contradicts itself");
     kv_state committed;
     kv_committed(state.pEnv, &committed);
     for (DWORD dw = KV_RESERVED_PAGES; dw <= committed.last_page && !state.shared->bNeedsRecovery; dw++) {
         const int nRoles = kv_bit(used.data(), dw) + kv_bit(freeMap.data(), dw) + kv_bit(state.shared->rgHeld, dw);
         if (nRoles == 1) continue;
-        strProblem =
-            L"page " + std::to_wstring(dw) + (nRoles ? L" is in use and free at once" : L" is neither used nor free");
-        return false;
+        return report(MDB_CORRUPTED, L"page " + std::to_wstring(dw) +
+                                         (nRoles ? L" is in use and free at once" : L" is neither used nor free"));
     }
     MDB_cursor* pCursor = nullptr;
-    if (mdb_cursor_open(state.pReadTxn, kMainTree, &pCursor) != MDB_SUCCESS) {
-        strProblem = L"the map cannot be walked";
-        return false;
-    }
+    rc = mdb_cursor_open(state.pReadTxn, kMainTree, &pCursor);
+    if (rc != MDB_SUCCESS) return report(rc, L"the map cannot be walked");
+    const std::unique_ptr<MDB_cursor, decltype(&mdb_cursor_close)> closed(pCursor, &mdb_cursor_close);
     std::vector<BYTE> last;
     MDB_val key, value;
-    int rc = mdb_cursor_get(pCursor, &key, &value, MDB_FIRST);
+    rc = mdb_cursor_get(pCursor, &key, &value, MDB_FIRST);
     for (; rc == MDB_SUCCESS; rc = mdb_cursor_get(pCursor, &key, &value, MDB_NEXT)) {
         const MDB_val before = {last.size(), last.data()};
         if (!last.empty() && kv_compare_keys(&before, &key) >= 0) break;
         const BYTE* p = static_cast<const BYTE*>(key.mv_data);
         last.assign(p, p + key.mv_size);
     }
-    mdb_cursor_close(pCursor);
-    if (rc == MDB_NOTFOUND) return true;
-    strProblem = L"the keys of the map are not in order";
-    return false;
+    if (rc == MDB_NOTFOUND) return ERROR_SUCCESS;
+    return report(rc, L"the keys of the map are not in order");
 }
 
 } // namespace store

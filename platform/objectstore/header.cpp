@@ -21,6 +21,14 @@ DWORD Checksum(const CVolumeHeader& header)
 
 } // namespace
 
+DWORD GetSize(HANDLE file, DWORD& cb)
+{
+    LARGE_INTEGER cbFile;
+    if (!::GetFileSizeEx(file, &cbFile)) return ::GetLastError();
+    cb = cbFile.HighPart ? 0xFFFFFFFF : cbFile.LowPart;
+    return ERROR_SUCCESS;
+}
+
 DWORD ReadAt(HANDLE file, DWORD dwOffset, void* p, DWORD cb)
 {
     DWORD cbRead = 0;
@@ -91,10 +99,12 @@ DWORD FormatVolume(HANDLE file)
 
 DWORD RestoreFlushed(HANDLE file, const CVolumeHeader& header)
 {
-    const DWORD cbFile = ::GetFileSize(file, nullptr);
+    DWORD cbFile = 0;
+    DWORD dwError = GetSize(file, cbFile);
+    if (dwError != ERROR_SUCCESS) return dwError;
     std::vector<BYTE> metas(2 * kPageBytes);
     kv_build_metas(&header.flushed, cbFile, metas.data());
-    const DWORD dwError = WriteAt(file, 0, metas.data(), static_cast<DWORD>(metas.size()));
+    dwError = WriteAt(file, 0, metas.data(), static_cast<DWORD>(metas.size()));
     if (dwError != ERROR_SUCCESS) return dwError;
     return ::FlushFileBuffers(file) ? ERROR_SUCCESS : ::GetLastError();
 }

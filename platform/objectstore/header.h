@@ -41,7 +41,8 @@ DWORD FormatVolume(HANDLE file);
 // Puts both of the file's first pages back to the header's flushed state.
 DWORD RestoreFlushed(HANDLE file, const CVolumeHeader& header);
 
-// Plain file access: all of cb bytes at an offset, or the error.
+// Plain file access: the file's size, 0xFFFFFFFF for any that is larger; all of cb bytes at an offset; or the error.
+DWORD GetSize(HANDLE file, DWORD& cb);
 DWORD ReadAt(HANDLE file, DWORD dwOffset, void* p, DWORD cb);
 DWORD WriteAt(HANDLE file, DWORD dwOffset, const void* p, DWORD cb);
 

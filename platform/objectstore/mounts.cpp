@@ -93,6 +93,7 @@ DWORD CMounts::OpenFile(const wchar_t* pszPath, DWORD dwDisposition, bool& bExis
             return ERROR_SUCCESS;
         }
     }
+    m_open.reserve(m_open.size() + 1); // a volume that is new is not to be given up for want of a place here
     CMounted mounted;
     const DWORD dwError = COpenVolume::Open(pszPath, dwDisposition, mounted.pVolume, bExisted);
     if (dwError != ERROR_SUCCESS) return dwError;

@@ -1,5 +1,6 @@
 #include "openvolume.h"
 
+#include "newfile.h"
 #include "resort.h"
 #include "station.h"
 
@@ -16,19 +17,17 @@ constexpr DWORD kOidBlock = 16;
 DWORD COpenVolume::Open(const wchar_t* pszPath, DWORD dwDisposition, std::unique_ptr<COpenVolume>& volume,
                         bool& bExisted)
 {
+    CNewFile newFile(pszPath, false);
     std::unique_ptr<COpenVolume> opened(new COpenVolume);
     DWORD dwError = CVolume::Open(pszPath, dwDisposition, opened->m_pEngine, bExisted);
     if (dwError != ERROR_SUCCESS) return dwError;
+    newFile.SetDelete(!bExisted);
     dwError = opened->Prepare();
-    if (dwError == ERROR_SUCCESS) {
-        opened->m_pEngine->Accept();
-        volume = std::move(opened);
-    } else if (!bExisted) {
-        const std::wstring strPath = opened->m_pEngine->Path();
-        opened.reset();
-        ::DeleteFileW(strPath.c_str()); // refused while another process has it open
-    }
-    return dwError;
+    if (dwError != ERROR_SUCCESS) return dwError;
+    newFile.SetDelete(false);
+    opened->m_pEngine->Accept();
+    volume = std::move(opened);
+    return ERROR_SUCCESS;
 }
 
 DWORD COpenVolume::Prepare()

@@ -25,8 +25,8 @@ inline bool IsRunning(DWORD dwProcess, DWORD dwStart)
 {
     const HANDLE hProcess = ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, dwProcess);
     if (!hProcess) return ::GetLastError() != ERROR_INVALID_PARAMETER;
-    const bool bRunning =
-        StartOf(hProcess).dwLowDateTime == dwStart && ::WaitForSingleObject(hProcess, 0) == WAIT_TIMEOUT;
+    const DWORD dwFound = StartOf(hProcess).dwLowDateTime;
+    const bool bRunning = (dwFound == dwStart || dwFound == 0) && ::WaitForSingleObject(hProcess, 0) != WAIT_OBJECT_0;
     ::CloseHandle(hProcess);
     return bRunning;
 }

@@ -1,6 +1,7 @@
 #include "salvage.h"
 
 #include "apiedge.h"
+#include "newfile.h"
 #include "volumefile.h"
 
 #include <algorithm>
@@ -309,6 +310,7 @@ DWORD Salvage(const wchar_t* pszDamaged, const wchar_t* pszNew, CFindings& findi
     if (dwError != ERROR_SUCCESS) return dwError;
     if (::GetFileAttributesW(szNew) != INVALID_FILE_ATTRIBUTES) return ERROR_FILE_EXISTS;
     const std::wstring strTemporary = std::wstring(szNew) + kNewSuffix;
+    CNewFile newFile(strTemporary.c_str());
     {
         std::unique_ptr<COpenVolume> volume;
         bool bExisted, bVolumeRecord = false;
@@ -316,13 +318,15 @@ DWORD Salvage(const wchar_t* pszDamaged, const wchar_t* pszNew, CFindings& findi
         if (dwError != ERROR_SUCCESS) return dwError;
         dwError = CSalvageReader(file, *volume, findings).Run(bVolumeRecord);
         if (dwError == ERROR_SUCCESS) dwError = MendVolume(*volume, !bVolumeRecord, findings);
+        // There may well be something in it: what is wrong is the disk.
+        if (dwError == ERROR_FILE_CORRUPT && file.ReadError() != ERROR_SUCCESS) dwError = file.ReadError();
         if (dwError == ERROR_SUCCESS) dwError = volume->Engine().Flush();
     }
     // Checks it as well, and brings it to its size.
     if (dwError == ERROR_SUCCESS && !::CeCompactDBVol(strTemporary.c_str(), nullptr, 0)) dwError = ::GetLastError();
     if (dwError == ERROR_SUCCESS && !::MoveFileExW(strTemporary.c_str(), szNew, MOVEFILE_WRITE_THROUGH))
         dwError = ::GetLastError();
-    if (dwError != ERROR_SUCCESS) ::DeleteFileW(strTemporary.c_str());
+    newFile.SetDelete(dwError != ERROR_SUCCESS);
     return dwError;
 }
 

@@ -26,7 +26,10 @@ void CVolumeFile::Close()
 
 bool CVolumeFile::ReadPage(DWORD dwPage, BYTE* p)
 {
-    return dwPage < m_nPages && ReadAt(m_hFile, dwPage * kPageBytes, p, kPageBytes) == ERROR_SUCCESS;
+    if (dwPage >= m_nPages) return false;
+    const DWORD dwError = ReadAt(m_hFile, dwPage * kPageBytes, p, kPageBytes);
+    if (dwError != ERROR_SUCCESS) m_dwReadError = dwError;
+    return dwError == ERROR_SUCCESS;
 }
 
 // ---- Trees ---------------------------------------------------------------------------------------------------------

@@ -27,12 +27,14 @@ public:
     DWORD Open(const wchar_t* pszPath, DWORD dwShare);
     void Close();
 
-    DWORD PageCount() const { return m_nPages; } // whole pages
-    bool ReadPage(DWORD dwPage, BYTE* p);        // false: there is none, or the disk does not give it
+    DWORD PageCount() const { return m_nPages; }      // whole pages
+    bool ReadPage(DWORD dwPage, BYTE* p);             // false: there is none, or the disk does not give it
+    DWORD ReadError() const { return m_dwReadError; } // why it last did not
 
 private:
     HANDLE m_hFile = INVALID_HANDLE_VALUE;
     DWORD m_nPages = 0;
+    DWORD m_dwReadError = ERROR_SUCCESS;
 };
 
 // Keys from low on, below high.
