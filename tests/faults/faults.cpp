@@ -115,6 +115,7 @@ EOutcome Attempt(const Operation& operation, int nFails, long* plCode, EFails fa
     EOutcome outcome = EOutcome::kDone;
     long lCode = 0;
     g_nCounted = 0;
+    g_pszFailed = nullptr;
     g_nUntil = nFails;
     g_fails = fails;
     guard::SetFail(&FailOne, g_bRuntimeToo ? guard::EWhose::kRuntimesToo : guard::EWhose::kOurs);
@@ -216,6 +217,11 @@ bool CountCall(const char* pszFunction)
 
 } // namespace faults_detail
 
+const char* FailedCall()
+{
+    return g_pszFailed ? g_pszFailed : "";
+}
+
 bool IsOneOf(const char* pszFunction, std::initializer_list<const char*> functions)
 {
     return std::any_of(functions.begin(), functions.end(),
@@ -238,7 +244,7 @@ void FailEachCall(const char* pszName, const Operation& operation, const CallChe
         ++nTried;
         nReported += lResult < 0;
         EXPECT_TRUE(g_pszFailed);
-        check(g_pszFailed ? g_pszFailed : "", i, lResult);
+        check(FailedCall(), i, lResult);
         if (const DWORD n = guard::CountOurs(ullBefore)) {
             ADD_FAILURE() << n << " blocks left behind";
             guard::TellOurs(ullBefore);

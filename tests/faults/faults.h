@@ -230,6 +230,9 @@ private:
 // Looks at what came of an operation in which a call of `pszFunction` failed, number `nCall` of all calls from 0 on.
 using CallCheck = std::function<void(const char* pszFunction, int nCall, long lResult)>;
 
+// The function of which a call has failed in the operation that is running, "" as long as none has.
+const char* FailedCall();
+
 // Whether `pszFunction` is one of those.
 bool IsOneOf(const char* pszFunction, std::initializer_list<const char*> functions);
 

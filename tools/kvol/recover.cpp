@@ -132,9 +132,14 @@ bool RunRecover(const Options& options)
         Out("the catalogues could not be mended: out of memory\n");
     }
     if (nUntold) Out("not everything that was found is told here: out of memory\n");
-    Out(options.volume + ": " + Counted(info.nDatabases, "database") + " with " + Counted(info.nRecords, "record") +
-        "; " + Counted(info.nDamagedPages) + " of " + Counted(info.nPages, "page") + " damaged or missing, " +
-        Counted(info.nLostRecords, "record") + " known to be lost\n");
+    try {
+        Out(options.volume + ": " + Counted(info.nDatabases, "database") + " with " + Counted(info.nRecords, "record") +
+            "; " + Counted(info.nDamagedPages) + " of " + Counted(info.nPages, "page") + " damaged or missing, " +
+            Counted(info.nLostRecords, "record") + " known to be lost\n");
+    } catch (const std::bad_alloc&) {
+        Out("the new volume is there, but what it has is not told here: out of memory\n");
+        return false;
+    }
     return !info.nDamagedPages && !info.nLostRecords && !nEmpty && bCatalogues;
 }
 
