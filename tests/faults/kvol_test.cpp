@@ -146,7 +146,7 @@ protected:
         request.options.file = Path(L"more.csv");
         request.options.bAppend = true;
         EXPECT_EQ(0, Quiet(request)) << g_err;
-        m_files = Files();
+        m_files = m_folder.Files();
         m_volumeBytes = ReadBytes(m_folder.File(L"towns.vol"));
         m_content = Content();
     }
@@ -174,18 +174,6 @@ protected:
         std::fclose(pFile);
     }
     void WriteText(const wchar_t* pszName, const std::string& text) const { WriteBytes(m_folder.File(pszName), text); }
-    std::set<std::wstring> Files() const
-    {
-        std::set<std::wstring> names;
-        WIN32_FIND_DATAW data;
-        const HANDLE h = ::FindFirstFileW(m_folder.File(L"*").c_str(), &data);
-        if (h == INVALID_HANDLE_VALUE) return names;
-        do {
-            if (!(data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.insert(data.cFileName);
-        } while (::FindNextFileW(h, &data));
-        ::FindClose(h);
-        return names;
-    }
     kvol::Request Asks(Command command) const
     {
         kvol::Request request;
@@ -227,7 +215,7 @@ protected:
     // The folder as it was before the command.
     void Restore() const
     {
-        for (const std::wstring& name : Files()) {
+        for (const std::wstring& name : m_folder.Files()) {
             if (!m_files.count(name)) {
                 EXPECT_TRUE(::DeleteFileW(m_folder.File(name).c_str())) << ::GetLastError();
             }
@@ -252,7 +240,7 @@ protected:
     {
         Done done;
         done.out = g_out;
-        done.files = Files();
+        done.files = m_folder.Files();
         if (changes == EChanges::kVolume) done.content = Content();
         if (changes == EChanges::kNewFile) done.content = ReadBytes(m_folder.File(pszNew));
         return done;
@@ -303,7 +291,7 @@ protected:
             // What is done is done when only the report of it is lost.
             if (!bOutput && !bReported) {
                 const std::string err = g_err;
-                std::set<std::wstring> files = Files();
+                std::set<std::wstring> files = m_folder.Files();
                 // It could not be deleted while the catalogues were open.
                 if (bKept) files.erase(L"new.vol");
                 EXPECT_EQ(m_files, files) << err;

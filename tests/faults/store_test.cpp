@@ -7,11 +7,13 @@
 #include <winternl.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace {
 
+constexpr wchar_t kVolume[] = L"faults.vol";
 constexpr wchar_t kStore[] = L"korvanestore.dll";
 constexpr CEPROPID kNumber = Prop(1, CEVT_I4);
 constexpr CEPROPID kName = Prop(2, CEVT_LPWSTR);
@@ -73,7 +75,7 @@ std::string Content(CEGUID guid)
 class StoreFaultTest : public CFaultTest
 {
 protected:
-    StoreFaultTest() : m_path(m_folder.File(L"faults.vol"))
+    StoreFaultTest() : m_path(m_folder.File(kVolume))
     {
         m_guid = MountVolume(m_path, CREATE_NEW);
         MakeDatabase(m_guid, L"other");
@@ -99,21 +101,15 @@ protected:
     // The folder and the volume as they were at first.
     void Restore()
     {
-        for (const std::wstring& path : OtherFiles()) EXPECT_TRUE(::DeleteFileW(path.c_str())) << ::GetLastError();
+        for (const std::wstring& name : OtherFiles())
+            EXPECT_TRUE(::DeleteFileW(m_folder.File(name).c_str())) << ::GetLastError();
         if (!FileExists(m_path) || ReadWholeFile(m_path) != m_bytes) WriteWholeFile(m_path, m_bytes);
     }
-    std::vector<std::wstring> OtherFiles() const
+    std::set<std::wstring> OtherFiles() const
     {
-        std::vector<std::wstring> paths;
-        WIN32_FIND_DATAW data;
-        const HANDLE h = ::FindFirstFileW(m_folder.File(L"*").c_str(), &data);
-        if (h == INVALID_HANDLE_VALUE) return paths;
-        do {
-            const std::wstring path = m_folder.File(data.cFileName);
-            if (!(data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) && path != m_path) paths.push_back(path);
-        } while (::FindNextFileW(h, &data));
-        ::FindClose(h);
-        return paths;
+        std::set<std::wstring> names = m_folder.Files();
+        names.erase(kVolume);
+        return names;
     }
     std::string ContentOf(const std::wstring& path)
     {
@@ -141,7 +137,7 @@ protected:
         Restore();
         ASSERT_GE(Run(bMounted, work), 0) << m_dwError;
         const std::string expected = ContentOf(m_path);
-        const std::vector<std::wstring> files = OtherFiles();
+        const std::set<std::wstring> files = OtherFiles();
         const auto run = [&]() -> long {
             {
                 const CWithoutFaults pause;

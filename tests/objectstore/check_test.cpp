@@ -134,7 +134,7 @@ TEST_F(CheckTest, AWalkStopsWhereATreeLeadsToAWrongPage)
 {
     EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
     const CImage image = ReadWholeFile(m_strPath);
-    const auto half = [&](size_t nPage, size_t nOffset) { return ImageWord(image, nPage, nOffset) & 0xFFFF; };
+    const auto half = [&](size_t nPage, size_t nOffset) { return ImageHalf(image, nPage, nOffset); };
     const auto child = [&](size_t nPage, size_t nEntry) { return half(nPage, half(nPage, 12 + 2 * nEntry)); };
     int nDamaged = 0;
     for (size_t nPage = 4; nPage < image.size() / kPageBytes; ++nPage) {
@@ -171,7 +171,7 @@ TEST_F(CheckTest, ASeparatorThatLeadsAstrayIsFound)
 {
     EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
     const CImage image = ReadWholeFile(m_strPath);
-    const auto half = [&](size_t nPage, size_t nOffset) { return ImageWord(image, nPage, nOffset) & 0xFFFF; };
+    const auto half = [&](size_t nPage, size_t nOffset) { return ImageHalf(image, nPage, nOffset); };
     int nFound = 0;
     for (size_t nPage = 4; nPage < image.size() / kPageBytes; ++nPage) {
         if (half(nPage, 6) != 1) continue; // no branch

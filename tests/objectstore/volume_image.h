@@ -21,6 +21,11 @@ inline DWORD ImageWord(const CImage& image, size_t nPage, size_t nOffset)
     return dwValue;
 }
 
+inline DWORD ImageHalf(const CImage& image, size_t nPage, size_t nOffset)
+{
+    return ImageWord(image, nPage, nOffset) & 0xFFFF;
+}
+
 inline void SetImageWord(CImage& image, size_t nPage, size_t nOffset, DWORD dwValue)
 {
     std::memcpy(&image[nPage * kPageBytes + nOffset], &dwValue, sizeof dwValue);

@@ -24,6 +24,19 @@ CTempFolder::~CTempFolder()
     RemoveFolder(m_path);
 }
 
+std::set<std::wstring> CTempFolder::Files() const
+{
+    std::set<std::wstring> names;
+    WIN32_FIND_DATAW found;
+    const HANDLE search = ::FindFirstFileW(File(L"*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return names;
+    do {
+        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.insert(found.cFileName);
+    } while (::FindNextFileW(search, &found));
+    ::FindClose(search);
+    return names;
+}
+
 bool RemoveFolder(const std::wstring& path)
 {
     WIN32_FIND_DATAW found;

@@ -5,6 +5,7 @@
 #ifndef KORVANE_TESTS_SUPPORT_TEMP_FOLDER_H
 #define KORVANE_TESTS_SUPPORT_TEMP_FOLDER_H
 
+#include <set>
 #include <string>
 
 class CTempFolder
@@ -19,6 +20,8 @@ public:
     const std::wstring& Path() const { return m_path; }
     // The full path of a file in the folder.
     std::wstring File(const std::wstring& name) const { return m_path + L"\\" + name; }
+    // The names of the files in it, not of folders.
+    std::set<std::wstring> Files() const;
 
 private:
     std::wstring m_path;
