@@ -49,7 +49,7 @@ namespace {
 // cannot print never fits, and ends at this length.
 const size_t kcchLongestMessage = 1 << 24;
 
-// The format's text; the format itself when it cannot be printed.
+// The format's text, up to a zero that an argument puts into it; the format itself when it cannot be printed.
 std::wstring Formatted(const wchar_t* format, va_list args)
 {
     std::wstring text(256, L'\0');
@@ -59,7 +59,7 @@ std::wstring Formatted(const wchar_t* format, va_list args)
         // The system's function: the compiler's own wide formats take %s as an 8-bit string.
         const int cch = ::_vsnwprintf(&text[0], text.size(), format, argsOfTry);
         va_end(argsOfTry);
-        if (cch >= 0) return text.substr(0, cch);
+        if (cch >= 0) return text.c_str();
         if (text.size() >= kcchLongestMessage) return format;
         text.resize(text.size() * 2);
     }

@@ -33,8 +33,9 @@ int GetOwnerInfo(CString& name, CString& company)
     if (error != ERROR_SUCCESS) return 0;
 
     const DWORD units = bytes / sizeof(TCHAR);
-    const CString newName = TextAt(record, 0, units);
-    company = TextAt(record, kCompanyUnit, units);
-    name = newName; // both or, when memory is out, neither
+    // Both or, when memory is out, neither: what is assigned is there already.
+    const CString newName = TextAt(record, 0, units), newCompany = TextAt(record, kCompanyUnit, units);
+    name = newName;
+    company = newCompany;
     return 1;
 }

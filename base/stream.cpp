@@ -36,7 +36,7 @@ int COutputStream::operator<<(CSizedArray& array)
     *this << size;
     if (m_lError != 0) return 0;
     if (size == 0) return 1;
-    if (array.isEmpty()) return 0;
+    if (array.isEmpty() && static_cast<long>(size) > 0) return 0;
     WriteBytes(array.getData(), static_cast<int>(size));
     return m_lError == 0;
 }
@@ -157,11 +157,10 @@ int CInputStream::ReadBytes(void* data, int count)
 
 int CInputStream::readArray(CSizedArray& array)
 {
-    constexpr unsigned long kNoCount = 0xFFFFFFFF;
     unsigned long size = 0;
     *this >> size;
     if (m_lError != 0) return 0;
-    if (!array.init(size) && size != kNoCount) return 0;
+    if (!array.init(size) && static_cast<long>(size) > 0) return 0;
     if (size != 0) ReadBytes(array.getData(), static_cast<int>(size));
     return m_lError == 0;
 }

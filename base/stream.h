@@ -58,8 +58,8 @@ public:
     COutputStream() = default;
 
     // The size (4 bytes), then the bytes. 1, or 0 when the stream's error code is not 0 behind the size or behind the
-    // bytes, or when the array has a size but no data (after an init that failed; the size is written then). Of an
-    // array of 2^31 bytes or more only the size is written.
+    // bytes, or when the array has a size but no data (after an init that failed; the size is written then). A size of
+    // 2^31 and more is a negative count: only the size is written, data or not, and the result is 1.
     virtual int operator<<(CSizedArray& array);
 
     // The others return the stream. Sizes are those of the bytes written.
@@ -158,8 +158,9 @@ public:
     // Where the next byte comes from; 1 when `position` was set, else 0.
     virtual int getCurrentStreamPosition(long& position) = 0;
     // Reads a size (4 bytes) and that many bytes into `array`, whose content is replaced once the size was read. 1, or
-    // 0 when the error code is not 0 behind the size or behind the bytes, or when memory is out. A size of 2^32-1 is a
-    // count of -1: no byte is read, the array is left without data, and the result is 1.
+    // 0 when the error code is not 0 behind the size or behind the bytes, or when memory is out. A size of 2^31 and more
+    // is a negative count: no byte is read, the array has that size and no data unless there is memory for it, and the
+    // result is 1.
     virtual int readArray(CSizedArray& array);
 
     // As an unsigned short.

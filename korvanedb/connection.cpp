@@ -163,7 +163,7 @@ CConnection::CConnection(const CConnection& rOther) = default;
 CConnection& CConnection::operator=(const CConnection& rOther)
 {
     if (this == &rOther) return *this;
-    ReleaseTables();
+    ReleaseTables(&rOther);
     CRefCntBase::operator=(rOther);
     m_sName = rOther.m_sName;
     std::copy(std::begin(rOther.m_slots), std::end(rOther.m_slots), m_slots);
@@ -181,11 +181,16 @@ CConnection::~CConnection()
 }
 
 // Empties the table map. Tables that a row still holds forget the connection: it is about to be another one, or none.
-void CConnection::ReleaseTables()
+// But for those that it is to have again, from pNext.
+void CConnection::ReleaseTables(const CConnection* pNext)
 {
     CPin pin(*this);
-    for (auto& entry : m_tables)
-        if (entry.second->m_pConnection == this) entry.second->m_pConnection = nullptr;
+    for (auto& [name, pTable] : m_tables) {
+        if (pTable->m_pConnection != this) continue;
+        const auto next = pNext ? pNext->m_tables.find(name) : m_tables.end();
+        const bool bStays = pNext && next != pNext->m_tables.end() && next->second == pTable;
+        if (!bStays) pTable->m_pConnection = nullptr;
+    }
     m_tables.clear();
 }
 

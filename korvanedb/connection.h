@@ -131,7 +131,7 @@ protected:
 private:
     friend class CRow;
     class CPin;
-    void ReleaseTables();
+    void ReleaseTables(const CConnection* pNext = nullptr);
     bool Mount(const TCHAR* sDBName);
     bool OpenCatalogue(int nSlot, const wchar_t* pszName);
     CSmartPtr<CTable> CatalogueTable(CFieldInfo* pFields, int nFields);

@@ -26,6 +26,12 @@ struct CRowShared : CRefCntBase
     CEPROPVAL* Props() const { return reinterpret_cast<CEPROPVAL*>(pBuffer); }
     // Makes the values that wait: before the buffer or one of them changes. What it throws leaves them waiting.
     void MakeValues();
+    // Around a read into the buffer: the store fills in the properties even of a record that has none of them, and says
+    // that it has failed. What is put back are the properties that wait; their texts stand behind them all.
+    void KeepWaiting();
+    void PutBackWaiting();
+    // After a read: that many values wait from now on, and what is in their places goes.
+    void LetWait(int nValues);
 
     HANDLE hHeap;     // borrowed; kept here because a row may outlive its connection
     HANDLE hDatabase; // INVALID_HANDLE_VALUE after a SetIndex that closed the old one and opened no new one
@@ -39,6 +45,8 @@ struct CRowShared : CRefCntBase
     // be made at once. Not behind a field whose values cannot all be made: reading reports that.
     const int nMayWait; // leading fields of numbers, truth values and texts
     int nWaiting;       // leading values that are not made; the properties are in the buffer, as the store gave them
+    std::unique_ptr<CEPROPVAL[]> kept; // nMayWait properties
+    bool bAnyMade;                     // there may be something in the places of values that may wait
 };
 
 // What reading a record raises for a code of the store.

@@ -52,8 +52,28 @@ void AppendText(BYTE*& pText, const _variant_t& value)
 
 void CRowShared::MakeValues()
 {
+    if (nWaiting == 0) return;
+    bAnyMade = true;
     for (int i = 0; i < nWaiting; ++i) CRow::getVariantFromPropval(&Props()[i], values[i]);
     nWaiting = 0;
+}
+
+void CRowShared::KeepWaiting()
+{
+    if (nWaiting) memcpy(kept.get(), Props(), nWaiting * sizeof(CEPROPVAL));
+}
+
+void CRowShared::PutBackWaiting()
+{
+    if (nWaiting) memcpy(Props(), kept.get(), nWaiting * sizeof(CEPROPVAL));
+}
+
+void CRowShared::LetWait(int nValues)
+{
+    nWaiting = nValues;
+    if (!bAnyMade) return;
+    bAnyMade = false;
+    for (int i = 0; i < nValues; ++i) values[i].Clear();
 }
 
 long RaiseReadFailure(DWORD dwError)
@@ -80,8 +100,9 @@ long CRow::ReadFromDB()
     // A parked failure comes out behind the first field; the values of the others must still be there then.
     const bool bMayWait = gErrHRESULT >= 0;
     if (!bMayWait) shared.MakeValues();
-    // The store leaves the buffer alone when it gives no record, and what waits in there is good.
+    shared.KeepWaiting();
     CReadResult read = ReadIntoBuffer(shared);
+    if (!read.oid) shared.PutBackWaiting();
     if (read.cbNeeded > shared.cbBuffer) {
         shared.MakeValues(); // their texts are where the buffer is now
         const DWORD cbNew = read.cbNeeded + kSpareBytes;
@@ -97,7 +118,7 @@ long CRow::ReadFromDB()
 
     // The count of a table of more fields than a WORD counts is cut, and so is what came.
     const int nProps = read.nProps < shared.nFields ? read.nProps : shared.nFields;
-    shared.nWaiting = bMayWait ? (shared.nMayWait < nProps ? shared.nMayWait : nProps) : 0;
+    if (bMayWait) shared.LetWait(shared.nMayWait < nProps ? shared.nMayWait : nProps);
     for (int i = shared.nWaiting; i < nProps; ++i)
         KORVANE_CHECK(getVariantFromPropval(&shared.Props()[i], shared.values[i]));
     m_oid = read.oid;
@@ -196,6 +217,7 @@ long CRow::setVal(int index, _variant_t& value)
 {
     if (index < 0 || index > m_pShared->nFields) KORVANE_RAISE(kSource, 301, E_FAIL, L"Index out of bounds");
     m_pShared->MakeValues();
+    m_pShared->bAnyMade = true;
     Copy(m_pShared->values[index], value);
     return 0;
 }

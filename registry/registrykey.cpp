@@ -165,15 +165,13 @@ CRegistryValue::operator unsigned long()
 
     DWORD data[] = {0, 0}; // something before the value, as with texts
     DWORD& dwValue = data[1];
-    DWORD dwType = 0;
+    DWORD dwType = REG_DWORD; // of a value that is not there nothing is known
     DWORD cb = sizeof(dwValue);
     const long lResult =
         ::RegQueryValueExW(m_pKey->m_hKey, m_strName, nullptr, &dwType, reinterpret_cast<BYTE*>(&dwValue), &cb);
-    if (lResult != ERROR_SUCCESS) {
-        m_pKey->RecordWin32(lResult);
-    } else if (dwType != REG_DWORD) {
-        m_pKey->m_lError = DISP_E_TYPEMISMATCH;
-    }
+    if (lResult != ERROR_SUCCESS) m_pKey->RecordWin32(lResult);
+    // Also of one that is too long for a number, whose type comes all the same.
+    if (dwType != REG_DWORD) m_pKey->m_lError = DISP_E_TYPEMISMATCH;
     return dwValue;
 }
 

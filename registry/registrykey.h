@@ -38,7 +38,7 @@ public:
     // cannot be read, or has another type.
     operator CString();
     // A REG_DWORD value's number. A missing or longer value sets the key's error and gives 0; one of another type
-    // and at most 4 bytes sets the error to 0x80020005 and gives those bytes all the same.
+    // sets the error to 0x80020005, however long it is, and gives its bytes all the same if they are at most 4.
     operator unsigned long();
     // 1 when the value is there, whatever its type; else, and for a key in error, 0. Leaves the key's error alone.
     int IsPresent();

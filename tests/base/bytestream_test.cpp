@@ -2,6 +2,7 @@
 #include "korvanelib.h"
 
 #include "stream_support.h"
+#include "support/import_patch.h"
 #include "support/log_capture.h"
 
 #include <gtest/gtest.h>
@@ -231,8 +232,22 @@ TEST(ByteStreamTest, AnArrayWhoseInitFailedIsItsSizeAndAFailure)
     unsigned char block[8];
     CByteOutputStream out(block, sizeof block);
     CSizedArray array;
-    ASSERT_EQ(array.init(0xFFFFFFFE), 0);
+    {
+        const CWithoutMemory without;
+        ASSERT_EQ(array.init(5), 0);
+    }
     EXPECT_EQ(out << array, 0);
+    EXPECT_EQ(Hex(block, out.getDataSize()), "05 00 00 00");
+    EXPECT_EQ(out.getError(), 0);
+}
+
+TEST(ByteStreamTest, AnArrayWhoseSizeIsANegativeCountIsItsSizeAndASuccess)
+{
+    unsigned char block[8];
+    CByteOutputStream out(block, sizeof block);
+    CSizedArray array;
+    ASSERT_EQ(array.init(0xFFFFFFFE), 0);
+    EXPECT_EQ(out << array, 1);
     EXPECT_EQ(Hex(block, out.getDataSize()), "FE FF FF FF");
     EXPECT_EQ(out.getError(), 0);
 }

@@ -244,6 +244,13 @@ TEST(TraceErrorTest, AFormatThatCannotBeCarriedOutIsWrittenAsItStands)
     EXPECT_EQ(OnDisk("Error: 100 %% of %d\n"), log.Bytes());
 }
 
+TEST(TraceErrorTest, AZeroThatAnArgumentPutsInEndsTheMessageAndNotTheLine)
+{
+    CLogToFile log;
+    TraceError(L"a%cb", 0);
+    EXPECT_EQ(OnDisk("Error: a\n"), log.Bytes());
+}
+
 TEST(TraceErrorTest, AnEmptyMessageHasItsFrame)
 {
     CLogToFile log;

@@ -266,6 +266,33 @@ TEST(ValueEncodingTest, ANumberThatIsNoneKeepsItsBits)
     EXPECT_EQ(EncodeValue(Decode<float>("01 02 C0 7F")), "01 02 C0 7F");
 }
 
+// A coprocessor that carries one sets a bit of it.
+TEST(ValueEncodingTest, ANumberThatIsASignalKeepsItsBitsToo)
+{
+    unsigned char bytes[] = {1, 0, 0, 0, 0, 0, 0xF0, 0x7F, 1, 0, 0x80, 0x7F};
+    CByteInputStream in(bytes, sizeof bytes);
+    double dbl = 0;
+    float flt = 0;
+    in >> dbl >> flt;
+    unsigned char block[sizeof bytes];
+    CByteOutputStream out(block, sizeof block);
+    out << dbl << flt;
+    EXPECT_EQ(Hex(block, out.getDataSize()), Hex(bytes, sizeof bytes));
+
+    _variant_t value;
+    unsigned char variants[64];
+    CByteOutputStream variantOut(variants, sizeof variants);
+    V_VT(&value) = VT_R8;
+    std::memcpy(&V_R8(&value), bytes, 8);
+    variantOut << value;
+    V_VT(&value) = VT_R4;
+    std::memcpy(&V_R4(&value), bytes + 8, 4);
+    variantOut << value;
+    const std::string written = Hex(variants, variantOut.getDataSize());
+    EXPECT_NE(written.find("01 00 00 00 00 00 F0 7F"), std::string::npos) << written;
+    EXPECT_NE(written.find("01 00 80 7F"), std::string::npos) << written;
+}
+
 TEST(ValueEncodingTest, NarrowTextIsWidenedByteByByte)
 {
     EXPECT_EQ(EncodeValue("AB"), "02 00 00 00 41 00 42 00");

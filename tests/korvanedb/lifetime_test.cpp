@@ -171,6 +171,26 @@ TEST_F(LifetimeTest, AnAssignedConnectionLetsItsTablesGo)
     row = nullptr;
 }
 
+TEST_F(LifetimeTest, AConnectionThatGetsItsCopyBackKeepsItsTables)
+{
+    COpenConnection connection;
+    ASSERT_EQ(0, connection.Open(m_volume.Path()));
+    CSmartPtr<CRow> row;
+    {
+        const COpenConnection copy(connection);
+        connection = copy;
+        ASSERT_EQ(0, connection.OpenTable(L"Items", row));
+        EXPECT_EQ(0, row->SetIndex(L"ById"));
+        unsigned long ulRows = 0;
+        EXPECT_EQ(0, row->getNumRows(ulRows));
+        EXPECT_EQ(2u, ulRows);
+        CEGUID* const pGuid = connection.GetVolGUID();
+        EXPECT_TRUE(::CeMountDBVol(pGuid, m_volume.Path(), OPEN_EXISTING)) << "for the one that the copy takes back";
+    }
+    EXPECT_EQ(0, row->MoveFirst());
+    row = nullptr;
+}
+
 TEST_F(LifetimeTest, CopiesOfARowShareHandleBufferAndValues)
 {
     CConnection connection;

@@ -1,5 +1,8 @@
 // Rows: where a new one stands, moving, bookmarks, adding, deleting, counting.
 #include "db_fixture.h"
+#include "support/import_patch.h"
+
+#include <functional>
 
 class RowTest : public CItemsTest
 {
@@ -61,6 +64,56 @@ TEST_F(RowTest, OnANewRowReadFromDbReadsTheFirstRecord)
     EXPECT_EQ(0, m_row->ReadFromDB());
     EXPECT_EQ(m_oids[0], m_row->getBookmark());
     EXPECT_EQ(1, m_row->IsEOF()) << "reading changes no flag";
+}
+
+namespace {
+
+DWORD g_dwSeekType, g_dwSeekValue;
+
+CEOID WINAPI NoteSeek(HANDLE hDatabase, DWORD dwSeekType, DWORD dwValue, LPDWORD lpdwIndex)
+{
+    g_dwSeekType = dwSeekType;
+    g_dwSeekValue = dwValue;
+    return ::CeSeekDatabase(hDatabase, dwSeekType, dwValue, lpdwIndex);
+}
+
+} // namespace
+
+TEST_F(RowTest, MovesAskTheStoreInTheWordsThatTheDeviceKnows)
+{
+    AddThree();
+    const CImportPatch patch(L"korvaneLib.dll", "CeSeekDatabase@16", &NoteSeek);
+    const auto expect = [](DWORD dwType, DWORD dwValue, long hr) {
+        EXPECT_EQ(0, hr);
+        EXPECT_EQ(dwType, g_dwSeekType);
+        EXPECT_EQ(dwValue, g_dwSeekValue);
+    };
+    expect(CEDB_SEEK_BEGINNING, 0, m_row->MoveFirst());
+    expect(CEDB_SEEK_CURRENT, 1, m_row->MoveNext());
+    expect(CEDB_SEEK_CURRENT, 0xFFFFFFFF, m_row->MovePrev());
+    expect(CEDB_SEEK_END, 1, m_row->MoveLast());
+    expect(CEDB_SEEK_CEOID, m_oids[1], m_row->setBookmark(m_oids[1]));
+}
+
+TEST_F(RowTest, AParkedErrorComesOutOfWhatLooksAtACallOfItsOwn)
+{
+    AddThree();
+    ASSERT_EQ(0, m_row->MoveFirst());
+    ASSERT_EQ(0, m_row->ReadFromDB());
+    const auto expectParked = [](const char* pszWhat, const std::function<long()>& call) {
+        gErrHRESULT = -77;
+        EXPECT_EQ(-77, call()) << pszWhat;
+        EXPECT_EQ(0, gErrHRESULT) << pszWhat;
+    };
+    _variant_t value(55L), found;
+    expectParked("setVal by name", [&] { return m_row->setVal(L"Id", value); });
+    expectParked("WriteToDB", [&] { return m_row->WriteToDB(); });
+    EXPECT_EQ(10, ReadId(*m_row)) << "nothing was written";
+    expectParked("getVal by name", [&] { return m_row->getVal(L"Id", found); });
+    expectParked("SetIndex", [&] { return m_row->SetIndex(L"ById"); });
+    EXPECT_EQ(m_oids[0], m_row->getBookmark());
+    expectParked("Delete", [&] { return m_row->Delete(); });
+    EXPECT_EQ(m_oids[1], m_row->getBookmark()) << "behind the record that is gone";
 }
 
 TEST_F(RowTest, MoveLastReachesTheLastRecordAndMovePrevGoesBackFromThere)

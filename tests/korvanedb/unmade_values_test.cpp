@@ -63,6 +63,40 @@ TEST_F(UnmadeValuesTest, AReadingThatFailsLeavesThem)
     ExpectFirst();
 }
 
+// The store fills in that the record has none of the fields, where the properties of the one before are.
+TEST_F(UnmadeValuesTest, ARecordWithoutAnyOfTheFieldsLeavesThem)
+{
+    AddItem(1, L"first", 11);
+    m_volume.Add(m_volume.m_oidItems, {I4(0x00990003, 5)});
+    ReadFirst();
+    ASSERT_EQ(0, m_row->MoveNext());
+    for (int i = 0; i < 2; ++i) EXPECT_ROW_RAISE(94, E_FAIL, "ERROR_NO_DATA", m_row->ReadFromDB());
+    ExpectFirst();
+    ASSERT_EQ(0, m_row->AddNew());
+    ASSERT_EQ(0, m_row->WriteToDB());
+    ASSERT_EQ(0, m_row->MoveLast());
+    ASSERT_EQ(0, m_row->ReadFromDB());
+    ExpectFirst();
+}
+
+TEST_F(UnmadeValuesTest, WhatWasInTheirPlacesGoesWithTheReading)
+{
+    struct CCounted : IUnknown
+    {
+        STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+        STDMETHODIMP_(ULONG) AddRef() override { return ++lRefs; }
+        STDMETHODIMP_(ULONG) Release() override { return --lRefs; }
+        LONG lRefs = 1;
+    } object;
+    AddItem(1, L"first", 11);
+    ReadFirst();
+    Set(L"Id", _variant_t(static_cast<IUnknown*>(&object)));
+    EXPECT_EQ(2, object.lRefs);
+    ASSERT_EQ(0, m_row->ReadFromDB());
+    EXPECT_EQ(1, object.lRefs);
+    ExpectFirst();
+}
+
 TEST_F(UnmadeValuesTest, ABufferThatMovesLeavesThem)
 {
     AddItem(1, L"first", 11);

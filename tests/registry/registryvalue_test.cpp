@@ -178,7 +178,7 @@ TEST_F(RegistryValueTest, NumbersOfOtherSizes)
     m_key->CleareError();
     Write(L"long text", REG_SZ, {'a', 0, 'b', 0, 0, 0});
     GetNumber(L"long text");
-    EXPECT_EQ(kMoreData, m_key->GetError()) << "not a mismatch: the type is not looked at after a failure";
+    EXPECT_EQ(DISP_E_TYPEMISMATCH, m_key->GetError()) << "that it is no number counts for more";
 }
 
 TEST_F(RegistryValueTest, StringsWithoutTerminatorOrWithOddBytesAreRead)
