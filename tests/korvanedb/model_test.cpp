@@ -58,8 +58,9 @@ protected:
     long SetRandomValues(CRow& row, CModelFields& fields)
     {
         long hr = 0;
+        const bool bNothing = Random(12) == 0; // a record that cannot be read
         for (int i = 0; i < 3; ++i) {
-            fields[i] = Random(6) == 0 ? CModelValue() : RandomValue(i);
+            fields[i] = bNothing || Random(6) == 0 ? CModelValue() : RandomValue(i);
             _variant_t value = Variant(fields[i], i);
             hr |= row.setVal(i, value);
         }
