@@ -306,7 +306,9 @@ KORVANESTORE_API BOOL WINAPI CeMountDBVol(PCEGUID pceguid, LPWSTR lpszDBVol, DWO
 
 // Takes back one mount of this process. The last one flushes the volume, gives an open batch up and lets the name go;
 // open database handles go on working and keep the file until the last of them is closed.
-// Errors: ERROR_INVALID_PARAMETER (null, the object store, a volume that this process has not mounted).
+// Errors: ERROR_INVALID_PARAMETER (null, the object store, a volume that this process has not mounted); ERROR_DISK_FULL
+// or the disk's own when the flush fails: it is unmounted all the same, and a power cut may cost what was written since
+// the last flush.
 KORVANESTORE_API BOOL WINAPI CeUnmountDBVol(PCEGUID pceguid);
 
 // Writes everything of the volume to its file: from here on a power cut loses nothing that was written before the call.
@@ -362,12 +364,12 @@ KORVANESTORE_API CEOID WINAPI CeFindNextDatabase(HANDLE hEnum);
 KORVANESTORE_API CEOID WINAPI CeFindNextDatabaseEx(HANDLE hEnum, PCEGUID pceguid);
 
 // Opens a database: by *poid when that is not 0, else by name, and then *poid receives the OID. With the invalid GUID
-// *poid counts as 0 and the object store and then all mounted volumes are searched. propid (pSort: its properties)
-// chooses the sort order: the one with just that property, or else the first that begins with it (pSort: with just
-// those properties; its flags are not looked at); 0 (null) is the order of creation. dwFlags: CEDB_AUTOINCREMENT or 0.
-// The handle stands on the first record. Returns INVALID_HANDLE_VALUE on failure: ERROR_INVALID_PARAMETER (unknown
-// volume, OID, sort order or flags, a bad notification request), ERROR_FILE_NOT_FOUND (no such name),
-// ERROR_NOT_ENOUGH_MEMORY.
+// *poid counts as 0 and the object store and then all volumes mounted by this process are searched. propid (pSort: its
+// properties) chooses the sort order: the one with just that property, or else the first that begins with it (pSort:
+// with just those properties; its flags are not looked at); 0 (null) is the order of creation. dwFlags:
+// CEDB_AUTOINCREMENT or 0. The handle stands on the first record. Returns INVALID_HANDLE_VALUE on failure:
+// ERROR_INVALID_PARAMETER (unknown volume, OID, sort order or flags, a bad notification request), ERROR_FILE_NOT_FOUND
+// (no such name), ERROR_NOT_ENOUGH_MEMORY.
 //
 // hwndNotify, pRequest (null: none): the window is posted a message for each record of the database that another thread
 // than the one that opened, or another process, creates, changes or deletes, until the handle is closed; changes made

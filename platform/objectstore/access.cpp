@@ -64,7 +64,9 @@ CReadAccess::CReadAccess(CVolume& volume) : CAccess(volume)
 
 CReadAccess::~CReadAccess()
 {
-    m_volume.m_pState->shared.Unlock();
+    CVolumeState& state = *m_volume.m_pState;
+    if (m_dwError != ERROR_SUCCESS) state.GiveUpSnapshot();
+    state.shared.Unlock();
 }
 
 CWriteAccess::CWriteAccess(CVolume& volume) : CAccess(volume)

@@ -58,6 +58,16 @@ DWORD CVolumeState::PutPendingFor(CBytes key)
     return key.p[0] == kIndexSpace && key.cb >= kRunPrefixBytes ? ERROR_SUCCESS : PutPending();
 }
 
+bool CVolume::HasBatch() const
+{
+    return m_pState->bBatch;
+}
+
+bool CVolume::IsInAnyBatch() const
+{
+    return m_pState->shared->lBatch != 0;
+}
+
 DWORD CVolume::BeginBatch()
 {
     CVolumeState& state = *m_pState;

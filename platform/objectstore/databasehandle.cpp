@@ -74,6 +74,12 @@ bool CDatabaseHandle::Take()
     return true;
 }
 
+void CDatabaseHandle::IntoGap()
+{
+    m_place = kInGap;
+    m_nAbandoned = m_volume->Abandoned();
+}
+
 bool CDatabaseHandle::SeekAtLeastPlace(CAccess& access)
 {
     return m_index.bOrder == 0 ? m_cursor->SeekAtLeast(access, RecordKey(m_oidDatabase, m_oid))
@@ -87,7 +93,7 @@ bool CDatabaseHandle::SeekBeforePlace(CAccess& access)
 }
 
 // Puts the cursor on the record of the pointer, wherever that is now in the order. False: the record is gone, the
-// pointer in its gap (or the volume is damaged, which the access knows).
+// pointer in its gap; or it cannot be known, which the access knows, and the pointer stays.
 bool CDatabaseHandle::FindAgain(CAccess& access)
 {
     for (int nPass = 0; nPass < 2; ++nPass) {
@@ -102,6 +108,7 @@ bool CDatabaseHandle::FindAgain(CAccess& access)
                 return true;
             }
         }
+        if (access.Error() != ERROR_SUCCESS) return false;
         CBytes value;
         CRecordView record;
         if (m_index.bOrder == 0 || nPass == 1 || !access.Get(RecordKey(m_oidDatabase, m_oid), value)) break;
@@ -110,7 +117,7 @@ bool CDatabaseHandle::FindAgain(CAccess& access)
         m_sortKey.Clear();
         if (!m_pOrder->AppendKey(m_sortKey, record, m_volume->Record().lcid)) break;
     }
-    m_place = kInGap;
+    if (access.Error() == ERROR_SUCCESS) IntoGap();
     return false;
 }
 
@@ -118,6 +125,7 @@ bool CDatabaseHandle::FindAgain(CAccess& access)
 bool CDatabaseHandle::Restore(CAccess& access)
 {
     if (m_place == kOnRecord && m_bCursorThere && m_cursor->IsPlaced(access)) return true;
+    if (m_place == kInGap && m_nAbandoned != m_volume->Abandoned()) m_place = kOnRecord;
     if (m_place == kOnRecord && FindAgain(access)) return true;
     if (m_place != kInGap || !m_bByIncrement) return false;
     // A read brought the pointer here: the record that follows takes the place of the one that is gone.
@@ -125,7 +133,7 @@ bool CDatabaseHandle::Restore(CAccess& access)
         m_bByIncrement = true;
         return true;
     }
-    return AtEnd();
+    return AtEnd(access);
 }
 
 bool CDatabaseHandle::SeekFirst(CAccess& access)
@@ -172,11 +180,11 @@ bool CDatabaseHandle::SeekFromStart(CAccess& access, DWORD n)
 {
     const DWORD nCount = m_pDatabase->nRecords;
     m_bCursorThere = false;
-    if (n >= nCount) return AtEnd();
-    if (n > nCount / 2) return SeekFromEnd(access, nCount - 1 - n) || AtEnd();
-    if (!SeekFirst(access)) return AtEnd();
+    if (n >= nCount) return AtEnd(access);
+    if (n > nCount / 2) return SeekFromEnd(access, nCount - 1 - n) || AtEnd(access);
+    if (!SeekFirst(access)) return AtEnd(access);
     for (; n > 0; --n)
-        if (!m_cursor->Next(access) || !IsInOrder(m_cursor->Key())) return AtEnd();
+        if (!m_cursor->Next(access) || !IsInOrder(m_cursor->Key())) return AtEnd(access);
     return Take();
 }
 
@@ -195,7 +203,7 @@ bool CDatabaseHandle::SeekFromEnd(CAccess& access, DWORD n)
 bool CDatabaseHandle::Step(CAccess& access, long n)
 {
     bool bOn = Restore(access);
-    if (n == 0) return bOn;
+    if (n == 0 || access.Error() != ERROR_SUCCESS) return bOn;
     m_bCursorThere = false; // it leaves before it is known whether the pointer does
     if (n > 0) {
         if (m_place == kAtEnd) return false;
@@ -204,7 +212,7 @@ bool CDatabaseHandle::Step(CAccess& access, long n)
         else
             bOn = SeekAtLeastPlace(access);
         while (bOn && IsInOrder(m_cursor->Key()) && --n > 0) bOn = m_cursor->Next(access);
-        return (bOn && Take()) || AtEnd();
+        return (bOn && Take()) || AtEnd(access);
     }
     if (m_place == kAtEnd)
         bOn = SeekLast(access);
@@ -250,7 +258,7 @@ bool CDatabaseHandle::SeekValue(CAccess& access, DWORD dwSeekType, CBytes sortKe
         while (bOn && onEntry() && !HasValues(access, entry, nProps)) bOn = m_cursor->Prev(access);
         break;
     }
-    if (!bOn || !Take()) return AtEnd();
+    if (!bOn || !Take()) return AtEnd(access);
     FetchRecord();
     return true;
 }
@@ -271,7 +279,7 @@ DWORD CDatabaseHandle::CurrentRecord(CAccess& access, CBytes& record)
         return ERROR_SUCCESS;
     if (!Restore(access)) {
         if (access.Error() != ERROR_SUCCESS) return access.Error();
-        return m_place == kAtEnd ? ERROR_NO_MORE_ITEMS : ERROR_KEY_DELETED;
+        return m_place == kAtEnd ? EndError() : ERROR_KEY_DELETED;
     }
     if (m_index.bOrder == 0) {
         record = m_cursor->Value();
@@ -283,7 +291,13 @@ DWORD CDatabaseHandle::CurrentRecord(CAccess& access, CBytes& record)
 
 void CDatabaseHandle::Advance(CAccess& access)
 {
-    if (Step(access, 1)) m_bByIncrement = true;
+    if (Step(access, 1)) {
+        m_bByIncrement = true;
+    } else if (access.Error() != ERROR_SUCCESS) {
+        // The record was read, and must not be read again. What is wrong is for the next read to say.
+        m_place = kAtEnd;
+        m_dwEndError = access.Error();
+    }
 }
 
 // The change that this follows is made, and must not fail any more. Without memory the old key stays: that of a record is
@@ -308,7 +322,7 @@ void CDatabaseHandle::PlaceOn(CEOID oid, CBytes sortKey)
 void CDatabaseHandle::NoteDeleted(CEOID oid, CBytes sortKey)
 {
     if (m_place != kOnRecord || m_oid != oid) return;
-    m_place = kInGap;
+    IntoGap();
     m_bByIncrement = IsAutoIncrement();
     m_bCursorThere = false;
     RememberKey(sortKey);

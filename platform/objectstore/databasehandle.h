@@ -59,10 +59,16 @@ public:
     bool SeekValue(CAccess& access, DWORD dwSeekType, CBytes sortKey, WORD nProps);
 
     bool IsInGap() const { return m_place == kInGap; }
+    // What there is to say of the end.
+    DWORD EndError() const
+    {
+        return m_place == kAtEnd && m_dwEndError != ERROR_SUCCESS ? m_dwEndError : ERROR_NO_MORE_ITEMS;
+    }
     CEOID Current() const { return m_oid; } // after a successful move, or CurrentRecord
     DWORD CurrentIndex(CAccess& access);    // likewise; a walk to the start
 
-    // The record under the pointer. ERROR_NO_MORE_ITEMS, ERROR_KEY_DELETED, ERROR_FILE_CORRUPT.
+    // The record under the pointer. ERROR_NO_MORE_ITEMS, ERROR_KEY_DELETED, ERROR_FILE_CORRUPT; at an end that is none,
+    // what kept the read before from going on.
     DWORD CurrentRecord(CAccess& access, CBytes& record);
     // What a read does to the pointer of an auto-increment handle.
     void Advance(CAccess& access);
@@ -103,12 +109,16 @@ private:
     bool SeekLast(CAccess& access);
     bool SeekAtLeastPlace(CAccess& access);
     bool SeekBeforePlace(CAccess& access);
+    void IntoGap();
     bool HasValues(CAccess& access, const CIndexEntry& entry, WORD nProps);
     bool AtEnd()
     {
         m_place = kAtEnd;
+        m_dwEndError = ERROR_SUCCESS;
         return false;
     }
+    // The same after a look that may have failed: then the pointer stays where it was.
+    bool AtEnd(const CAccess& access) { return access.Error() == ERROR_SUCCESS && AtEnd(); }
 
     // The page that has a record, as long as the version is the volume's.
     struct CLeafOf
@@ -161,10 +171,12 @@ private:
     std::optional<CTreeCursor> m_cursor; // emptied under an access
     bool m_bCursorThere = false;         // if it is placed, then on the record of the pointer
     EPlace m_place = kAtEnd;
-    bool m_bByIncrement = false;          // got there by a read: should the record vanish, the next one takes its place
-    CEOID m_oid = 0;                      // of the record, or of the one that was there
-    CByteBuffer m_sortKey;                // likewise; empty in the order of creation
-    CEOID m_oidSteppedTo = 0;             // by the last quick step
+    DWORD m_dwEndError = ERROR_SUCCESS; // why a read could not go on to the next record, when it is at the end for that
+    DWORD m_nAbandoned = 0;             // batches, when it came into its gap: the record may be back since
+    bool m_bByIncrement = false;        // got there by a read: should the record vanish, the next one takes its place
+    CEOID m_oid = 0;                    // of the record, or of the one that was there
+    CByteBuffer m_sortKey;              // likewise; empty in the order of creation
+    CEOID m_oidSteppedTo = 0;           // by the last quick step
     CLeafOf m_here, m_ahead, m_afterNext; // of a walk through an index: this record and the next two
 
     std::vector<CEPROPID> m_planned; // properties that the plans are for

@@ -62,6 +62,8 @@ public:
     DWORD BeginBatch();
     DWORD CommitBatch();
     DWORD AbandonBatch();
+    bool HasBatch() const;     // this process's
+    bool IsInAnyBatch() const; // or another's, for which writes wait; either may have changed by the time it is known
 
     // Which databases have open handles, in whatever process. Noting is for outside of accesses; asking is for inside
     // of the one that will act upon the answer, 0 asks for any database at all. Entries of a process that died are

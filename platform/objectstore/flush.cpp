@@ -164,6 +164,7 @@ DWORD CVolume::CheckPages(std::wstring& strProblem)
     if (dwError != ERROR_SUCCESS) return dwError;
     // What could not be looked at is not damaged.
     const auto report = [&](int rc, const std::wstring& strFound) -> DWORD {
+        state.GiveUpSnapshot();
         if (rc == ENOMEM) return ERROR_NOT_ENOUGH_MEMORY;
         strProblem = strFound;
         return ERROR_FILE_CORRUPT;

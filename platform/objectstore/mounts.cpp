@@ -127,8 +127,8 @@ DWORD CMounts::Unmount(const CEGUID& guid)
         if (--mounted.nMounts == 0) {
             mounted.pVolume->Engine().SetMounted(false);
             if (mounted.pVolume->EndBatch(false) == ERROR_SUCCESS) --mounted.nRefs;
-            // With handles open the file stays: flushed now, so that the unmount keeps its promise.
-            const DWORD dwError = mounted.nRefs ? mounted.pVolume->Engine().Flush() : ERROR_SUCCESS;
+            // Flushed now, whether handles are open yet or the file is closed next: closing cannot say that it failed.
+            const DWORD dwError = mounted.pVolume->Engine().Flush();
             CloseUnused();
             return dwError;
         }
@@ -207,7 +207,18 @@ DWORD CMounts::BeginBatch(const CEGUID& guid)
 DWORD CMounts::EndBatch(const CEGUID& guid, bool bCommit)
 {
     CVolumeRef volume;
-    DWORD dwError = Find(guid, volume);
+    {
+        // The batch has the volume open, though whoever mounted it, in another process, may have unmounted it since.
+        const CLock lock(m_cs);
+        for (CMounted& mounted : m_open) {
+            if (volume.m_pVolume || !mounted.pVolume->Engine().HasBatch() ||
+                !IsSame(mounted.pVolume->Engine().Guid(), guid))
+                continue;
+            ++mounted.nRefs;
+            volume.m_pVolume = mounted.pVolume.get();
+        }
+    }
+    DWORD dwError = volume.m_pVolume ? ERROR_SUCCESS : Find(guid, volume);
     if (dwError != ERROR_SUCCESS) return dwError;
     dwError = volume->EndBatch(bCommit);
     if (dwError != ERROR_NO_DATA) Release(volume.m_pVolume);

@@ -30,7 +30,8 @@ public:
             if (m_bBegun && volume.Record().nDeletions != m_nDeletions) return ERROR_KEY_DELETED;
             m_nDeletions = volume.Record().nDeletions;
             m_bBegun = true;
-            while ((m_oidLast = volume.NextDatabase(access, m_oidLast)) != 0) {
+            while (const CEOID oidNext = volume.NextDatabase(access, m_oidLast)) {
+                m_oidLast = oidNext;
                 CDatabase* pDatabase = nullptr;
                 dwError = volume.Database(access, m_oidLast, pDatabase);
                 if (dwError != ERROR_SUCCESS) return dwError;

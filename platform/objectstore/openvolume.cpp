@@ -106,11 +106,29 @@ DWORD COpenVolume::EndBatch(bool bCommit)
         m_bBatchEnding = true;
     }
     const DWORD dwError = bCommit ? m_pEngine->CommitBatch() : m_pEngine->AbandonBatch();
-    const CReadAccess access(*m_pEngine);
-    m_bBatchEnding = false;
-    m_ftTick = {};
-    ForgetAll();
+    const bool bGone = !bCommit || dwError != ERROR_SUCCESS;
+    {
+        const CReadAccess access(*m_pEngine);
+        m_bBatchEnding = false;
+        m_ftTick = {};
+        ForgetAll();
+        m_nAbandoned += bGone;
+    }
+    if (bGone && dwError != ERROR_NO_DATA) KeepOids();
     return dwError;
+}
+
+// OIDs that an abandoned batch gave out are not given out again, by whatever process: somebody may have one yet. If that
+// cannot be written, or would have to wait for another process, this process alone knows.
+void COpenVolume::KeepOids()
+{
+    if (m_pEngine->IsInAnyBatch()) return;
+    CChange change(*this);
+    CVolumeRecord record = m_record;
+    if (change.Error() != ERROR_SUCCESS || record.oidNext == 0 || record.oidNext >= m_oidUnknown) return;
+    record.oidNext = m_oidUnknown;
+    if (change.Begin(kVolumeRecordSize) == ERROR_SUCCESS && SaveRecord(change.Access(), record) == ERROR_SUCCESS)
+        change.Commit();
 }
 
 FILETIME COpenVolume::Now(const CAccess& access)
@@ -170,14 +188,17 @@ void COpenVolume::Forget(CEOID oid)
 
 DWORD COpenVolume::LoadDatabase(CAccess& access, CEOID oid, CDatabase*& pDatabase)
 {
-    CDatabase& database = Remember(oid);
     pDatabase = nullptr;
     CBytes value;
-    const bool bThere = access.Get(DatabaseKey(oid), value);
-    if (!bThere || !database.Decode(value)) {
-        database.ullEpoch = 0;
-        if (bThere) return ERROR_FILE_CORRUPT;
+    // Not remembered before it is known to be one: any OID may be asked for.
+    if (!access.Get(DatabaseKey(oid), value)) {
+        Forget(oid);
         return access.Error() != ERROR_SUCCESS ? access.Error() : ERROR_FILE_NOT_FOUND;
+    }
+    CDatabase& database = Remember(oid);
+    if (!database.Decode(value)) {
+        database.ullEpoch = 0;
+        return ERROR_FILE_CORRUPT;
     }
     pDatabase = &database;
     return ERROR_SUCCESS;

@@ -53,6 +53,8 @@ public:
 
     const CVolumeRecord& Record() const { return m_record; }
     ULONGLONG Epoch() const { return m_ullEpoch; }
+    // How many batches this process has abandoned.
+    DWORD Abandoned() const { return m_nAbandoned; }
 
     // The database with this OID. ERROR_FILE_NOT_FOUND, ERROR_FILE_CORRUPT.
     DWORD Database(CAccess& access, CEOID oid, CDatabase*& pDatabase)
@@ -88,6 +90,7 @@ private:
     COpenVolume() = default;
     DWORD Prepare();
     DWORD LoadDatabase(CAccess& access, CEOID oid, CDatabase*& pDatabase);
+    void KeepOids();
     void Stamp(ULONGLONG ullVersion) { m_ullVersion = ullVersion; }
 
     std::unique_ptr<CVolume> m_pEngine;
@@ -99,6 +102,7 @@ private:
     CEOID m_oidFree = 0;           // next OID of the block that was taken
     DWORD m_nFree = 0;             // and how many are left of it
     CEOID m_oidUnknown = 0;        // nobody here has ever been given this one or a higher one
+    DWORD m_nAbandoned = 0;        // batches
     DWORD m_dwTick = 0;            // of the system, in which the batch asked for the time
     FILETIME m_ftTick = {};        // and what it was; 0: not asked yet
     bool m_bBatchEnding = false;   // between EndBatch's steps another thread may come: it must believe nothing either

@@ -63,7 +63,9 @@ DWORD Seek(CDatabaseHandle& handle, DWORD dwSeekType, DWORD dwValue, WORD wCount
     default:
         return ERROR_INVALID_PARAMETER;
     }
-    if (!bFound) return access.Error() != ERROR_SUCCESS ? access.Error() : ERROR_NO_MORE_ITEMS;
+    if (!bFound && access.Error() == ERROR_SUCCESS)
+        return dwSeekType == CEDB_SEEK_CURRENT ? handle.EndError() : ERROR_NO_MORE_ITEMS;
+    if (!bFound) return access.Error();
     if (pdwIndex) *pdwIndex = handle.CurrentIndex(access);
     oid = handle.Current();
     return ERROR_SUCCESS;

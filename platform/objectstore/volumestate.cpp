@@ -62,6 +62,14 @@ void CVolumeState::EndReading()
     bReadTxnLive = false;
 }
 
+// What met a damaged page finds nothing more, not even what is sound: the next reading begins anew.
+void CVolumeState::GiveUpSnapshot()
+{
+    if (!bReadTxnLive) return;
+    EndReading();
+    ullVersion++; // for the cursors
+}
+
 // Cursors and snapshots point into the map: none is left when it moves.
 DWORD CVolumeState::MapWholeFile()
 {

@@ -60,6 +60,7 @@ struct CVolumeState
     void SeeCommitted();
     DWORD BeginReading();
     void EndReading();
+    void GiveUpSnapshot();
     DWORD BeginTransaction();
     DWORD Commit();
     void Abort();

@@ -42,6 +42,7 @@ public:
             CTreeCursor cursor(m_handle.Volume().Engine());
             const CIndexName index = {m_handle.DatabaseOid(), order.bId};
             if (HasEntry(access, cursor, index, newKey.Bytes(), oid)) return ERROR_REPEATED_KEY;
+            if (access.Error() != ERROR_SUCCESS) return access.Error(); // nothing is known, and nothing has changed
         }
         m_rgbDelete[nOrder] = pOld != nullptr;
         m_rgbInsert[nOrder] = true;

@@ -110,6 +110,68 @@ TEST_F(BatchTest, APointerOnARecordThatTheAbandonedBatchMadeIsOnADeletedOne)
     EXPECT_EQ("1:I4=1", Read(m_db).strContent);
 }
 
+TEST_F(BatchTest, ARecordThatTheAbandonedBatchDeletedIsUnderThePointerAgain)
+{
+    const CEOID oidFirst = Write(m_db, 0, CProps().I4(1, 1)), oid = Write(m_db, 0, CProps().I4(1, 2)),
+                oidLast = Write(m_db, 0, CProps().I4(1, 3));
+    EXPECT_EQ(oid, ::CeSeekDatabase(m_db, CEDB_SEEK_CEOID, oid, nullptr));
+    CDb increment = OpenDb(m_guid, m_oidDatabase, kNumber, CEDB_AUTOINCREMENT);
+    EXPECT_EQ(oidFirst, Read(increment).oid);
+    EXPECT_WORKS(::CeBeginBatch(&m_guid));
+    EXPECT_WORKS(::CeDeleteRecord(m_db, oid));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_KEY_DELETED), Read(m_db).dwError);
+    EXPECT_WORKS(::CeAbandonBatch(&m_guid));
+    EXPECT_EQ(oid, Read(m_db).oid);
+    EXPECT_EQ(oid, ::CeSeekDatabase(m_db, CEDB_SEEK_CURRENT, 0, nullptr));
+    EXPECT_EQ(oidLast, ::CeSeekDatabase(m_db, CEDB_SEEK_CURRENT, 1, nullptr));
+    EXPECT_EQ(oid, Read(increment).oid);
+    // One that is gone for good stays gone whatever else is abandoned.
+    EXPECT_WORKS(::CeDeleteRecord(m_db, oidLast));
+    EXPECT_WORKS(::CeBeginBatch(&m_guid));
+    EXPECT_WORKS(::CeAbandonBatch(&m_guid));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_KEY_DELETED), Read(m_db).dwError);
+    increment.Close();
+}
+
+TEST_F(BatchTest, AnOidOfAnAbandonedBatchIsNotGivenOutAgainByAnybody)
+{
+    CAgent agent(m_strPath);
+    agent.Do("mount 3");
+    agent.Do("open batch");
+    EXPECT_WORKS(::CeBeginBatch(&m_guid));
+    const CEOID oidGone = Write(m_db, 0, CProps().I4(1, 1));
+    EXPECT_WORKS(::CeAbandonBatch(&m_guid));
+    const CEOID oidOther = agent.DoForOid("write 0 2");
+    EXPECT_GT(oidOther, oidGone);
+    EXPECT_EQ(static_cast<DWORD>(ERROR_KEY_DELETED), Read(m_db).dwError);
+    EXPECT_EQ(0u, agent.Finish());
+    EXPECT_WORKS(::CeBeginBatch(&m_guid));
+    const CEOID oidGoneToo = Write(m_db, 0, CProps().I4(1, 3));
+    EXPECT_WORKS(::CeAbandonBatch(&m_guid));
+    m_db.Close();
+    Remount();
+    m_db = OpenDb(m_guid, m_oidDatabase, kNumber);
+    EXPECT_GT(Write(m_db, 0, CProps().I4(1, 4)), oidGoneToo);
+    EXPECT_EQ("", CheckVolume(m_guid));
+}
+
+TEST_F(BatchTest, ABatchEndsAlsoWhenWhoeverMountedTheVolumeHasGone)
+{
+    CAgent agent(m_strPath);
+    agent.Do("mount 3");
+    m_db.Close();
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    EXPECT_WORKS(::CeBeginBatch(&m_guid)) << "the name is good in every process";
+    {
+        const CDb db = OpenDb(m_guid, m_oidDatabase, kNumber);
+        EXPECT_WORKS(Write(db, 0, CProps().I4(1, 1)));
+    }
+    EXPECT_EQ(0u, agent.Finish());
+    EXPECT_WORKS(::CeCommitBatch(&m_guid));
+    m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+    EXPECT_EQ(1u, Count());
+}
+
 TEST_F(BatchTest, ADatabaseMadeAfterAnAbandonedBatchHasNothingOfTheOneMadeInIt)
 {
     EXPECT_WORKS(::CeBeginBatch(&m_guid));

@@ -166,6 +166,59 @@ TEST_F(CheckTest, AWalkStopsWhereATreeLeadsToAWrongPage)
     EXPECT_EQ("", CheckVolume(m_guid));
 }
 
+// Reads the records of a database one by one. How many there were, and what it ended with.
+DWORD ReadThrough(CEGUID guid, const wchar_t* pszName, DWORD& dwError)
+{
+    CEOID oid = 0;
+    const CDb db(::CeOpenDatabaseEx(&guid, &oid, const_cast<LPWSTR>(pszName), 0, CEDB_AUTOINCREMENT, nullptr));
+    dwError = ::GetLastError();
+    DWORD n = 0;
+    while (db.IsOpen()) {
+        const CRecord record = Read(db);
+        dwError = record.dwError;
+        if (!record.oid) break;
+        ++n;
+    }
+    return n;
+}
+
+TEST_F(CheckTest, ADamagedPageEndsTheWalksThroughItWithItsErrorAndNoOthers)
+{
+    {
+        const CDb db = OpenDb(m_guid, MakeDatabase(m_guid, L"other"));
+        for (int i = 0; i < 300; ++i) EXPECT_WORKS(Write(db, 0, CProps().I4(1, i).Text(2, L"other")));
+    }
+    EXPECT_WORKS(::CeUnmountDBVol(&m_guid));
+    const CImage image = ReadWholeFile(m_strPath);
+    int nEnded = 0, nOthers = 0;
+    for (size_t nPage = 4; nPage < image.size() / kPageBytes; ++nPage) {
+        if (ImageHalf(image, nPage, 6) != 2) continue; // no leaf
+        SCOPED_TRACE(nPage);
+        CImage damaged = image;
+        SetImageWord(damaged, nPage, 4, 0);
+        WriteWholeFile(m_strPath, damaged);
+        DWORD dwError;
+        CEGUID guid;
+        if (!::CeMountDBVol(&guid, m_strPath.data(), OPEN_EXISTING)) continue; // the volume's own record is there
+        const bool bOtherIsSound = ReadThrough(guid, L"other", dwError) == 300;
+        EXPECT_WORKS(::CeUnmountDBVol(&guid));
+        guid = MountVolume(m_strPath, OPEN_EXISTING);
+        if (ReadThrough(guid, L"checked", dwError) == 300) {
+            EXPECT_EQ(DWORD{ERROR_NO_MORE_ITEMS}, dwError);
+        } else {
+            ++nEnded;
+            EXPECT_EQ(DWORD{ERROR_FILE_CORRUPT}, dwError);
+            nOthers += bOtherIsSound;
+            EXPECT_EQ(bOtherIsSound, ReadThrough(guid, L"other", dwError) == 300);
+        }
+        EXPECT_WORKS(::CeUnmountDBVol(&guid));
+    }
+    EXPECT_GT(nEnded, 1);
+    EXPECT_GT(nOthers, 1);
+    WriteWholeFile(m_strPath, image);
+    m_guid = MountVolume(m_strPath, OPEN_EXISTING);
+}
+
 // All pages are there, and a walk meets every record; but a search is led past some.
 TEST_F(CheckTest, ASeparatorThatLeadsAstrayIsFound)
 {

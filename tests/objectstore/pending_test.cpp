@@ -117,6 +117,75 @@ protected:
     std::map<long, CEOID> m_byNumber;
 };
 
+// The first block of the engine's own, which is that of a cursor.
+void* NoCursor(size_t cb)
+{
+    return g_nFailAt && g_nAllocation++ == 0 ? nullptr : std::malloc(cb);
+}
+
+class CNoCursor
+{
+public:
+    CNoCursor()
+    {
+        g_nAllocation = 0;
+        g_nFailAt = 1;
+    }
+    ~CNoCursor() { g_nFailAt = 0; }
+
+private:
+    CImportPatch m_malloc{L"korvanestore.dll", "malloc", &NoCursor};
+};
+
+TEST_F(PendingTest, APointerOutlivesALookForWhichThereIsNoMemory)
+{
+    Begin();
+    Add(3);
+    for (const DWORD dwFlags : {DWORD{0}, DWORD{CEDB_AUTOINCREMENT}}) {
+        const CDb db = OpenDb(m_guid, m_oidDatabase, 0, dwFlags);
+        EXPECT_EQ(m_oids[0], ::CeSeekDatabase(db, CEDB_SEEK_BEGINNING, 0, nullptr));
+        EXPECT_WORKS(Write(m_db, m_oids[2], CProps().I4(1, -1)));
+        {
+            const CNoCursor noCursor;
+            EXPECT_EQ(DWORD{ERROR_NOT_ENOUGH_MEMORY}, Read(db).dwError);
+        }
+        EXPECT_EQ(m_oids[0], Read(db).oid);
+    }
+    m_byNumber.clear();
+    Commit();
+}
+
+TEST_F(PendingTest, ACheckOfAUniqueKeyForWhichThereIsNoMemoryRefusesTheOneRecord)
+{
+    const CEOID oidUnique = MakeDatabase(m_guid, L"unique", {Order({{kKey}}, CEDB_SORT_UNIQUE)});
+    const CDb db = OpenDb(m_guid, oidUnique);
+    EXPECT_WORKS(Write(db, 0, CProps().UI4(3, 1)));
+    Begin();
+    EXPECT_WORKS(Write(db, 0, CProps().UI4(3, 2)));
+    {
+        const CNoCursor noCursor;
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, Write(db, 0, CProps().UI4(3, 3)));
+    }
+    EXPECT_WORKS(Write(db, 0, CProps().UI4(3, 4)));
+    Commit();
+    EXPECT_EQ(3u, CountRecords(m_guid, oidUnique));
+}
+
+TEST_F(PendingTest, AnEnumerationGoesOnBehindALookForWhichThereIsNoMemory)
+{
+    for (int i = 0; i < 5; ++i) MakeDatabase(m_guid, L"more " + std::to_wstring(i));
+    const CDb search(::CeFindFirstDatabaseEx(&m_guid, 0));
+    std::vector<CEOID> oids;
+    for (int i = 0; i < 3; ++i) oids.push_back(::CeFindNextDatabaseEx(search, nullptr));
+    {
+        const CNoCursor noCursor;
+        EXPECT_FAILS(ERROR_NOT_ENOUGH_MEMORY, ::CeFindNextDatabaseEx(search, nullptr));
+    }
+    while (const CEOID oid = ::CeFindNextDatabaseEx(search, nullptr)) oids.push_back(oid);
+    EXPECT_EQ(6u, oids.size());
+    EXPECT_TRUE(std::is_sorted(oids.begin(), oids.end()));
+}
+
 TEST_F(PendingTest, ASeekByValueFindsWhatTheBatchHasJustWritten)
 {
     const CDb byNumber = OpenDb(m_guid, m_oidDatabase, kNumber), byText = OpenDb(m_guid, m_oidDatabase, kText);
