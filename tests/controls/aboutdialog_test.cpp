@@ -1,8 +1,7 @@
 #include "controls/aboutdialog.h"
 #include "scroll_ids.h"
 #include "leak_support.h"
-
-#include "support/import_patch.h"
+#include "start_support.h"
 
 #include <gtest/gtest.h>
 
@@ -18,25 +17,6 @@ constexpr COLORREF kPicture = RGB(0, 255, 0);
 const CRect kLink(3, 175, 235, 200);
 const CRect kRights(5, 196, 235, 240);
 const CRect kVersion(182, 117, 230, 137);
-
-// What the browser would have been started with.
-struct Start
-{
-    std::wstring program, commandLine;
-    bool onlyDefaults;
-};
-std::vector<Start> g_starts;
-BOOL g_startResult = TRUE;
-
-BOOL WINAPI NoteStart(LPCWSTR program, LPCWSTR commandLine, LPSECURITY_ATTRIBUTES process, LPSECURITY_ATTRIBUTES thread,
-                      BOOL inherit, DWORD flags, LPVOID environment, LPCWSTR folder, LPSTARTUPINFOW,
-                      LPPROCESS_INFORMATION)
-{
-    g_starts.push_back({program, commandLine ? commandLine : L"(null)",
-                        !process && !thread && !inherit && !flags && !environment && !folder});
-    ::SetLastError(ERROR_FILE_NOT_FOUND);
-    return g_startResult;
-}
 
 // Runs what a test does with the box once it is on the screen, and closes it.
 class CDrivenAbout : public CAppAboutDlg
@@ -111,12 +91,7 @@ private:
 class AboutDialogTest : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        g_starts.clear();
-        g_startResult = TRUE;
-        m_picture = MakePicture(240, 284);
-    }
+    void SetUp() override { m_picture = MakePicture(240, 284); }
     void TearDown() override
     {
         ::DeleteObject(m_picture);
@@ -139,7 +114,7 @@ protected:
     }
 
     HBITMAP m_picture = nullptr;
-    const CImportPatch m_browser{L"korvaneLib.dll", "CeCreateProcessW@40", NoteStart};
+    const CNotedStarts m_starts;
 };
 
 constexpr wchar_t kUrl[] = L"http://www.example.com/";
@@ -236,7 +211,7 @@ TEST_F(AboutDialogTest, WorksWithoutAnyOfItsControls)
         box.Show();
         box.Click(10, 180);
     }));
-    EXPECT_EQ(1u, g_starts.size());
+    EXPECT_EQ(1u, CNotedStarts::List().size());
 }
 
 TEST_F(AboutDialogTest, PaintsPictureLinkNoticeAndVersion)
@@ -279,6 +254,49 @@ TEST_F(AboutDialogTest, TheLinkIsUnderlined)
             line |= pixels.Count(kLinkColour, CRect(link.left, y, link.right, y + 1)) == link.Width();
         }
         EXPECT_TRUE(line);
+    });
+}
+
+// The same texts drawn over them in a font made here leave every pixel as it is.
+TEST_F(AboutDialogTest, NoticeAndVersionAreInTheSmallFont)
+{
+    wchar_t rights[200];
+    ASSERT_GT(::LoadStringW(::GetModuleHandleW(L"korvaneLib.dll"), KORVANE_IDS_ABOUT_RIGHTS, rights, 200), 0);
+    const struct
+    {
+        const wchar_t* text;
+        CRect rect;
+        UINT format;
+    } kTexts[] = {{rights, kRights, DT_CENTER}, {kVersionText, kVersion, DT_RIGHT}};
+    CDrivenAbout box(m_picture, kUrl, kVersionText, KORVANE_IDD_ABOUT);
+    box.Run([&] {
+        box.Show();
+        ::ShowWindow(::GetDlgItem(box, IDOK), SW_HIDE); // it covers the end of the notice's rectangle
+        box.Repaint();
+        const CPixels painted(box);
+        {
+            CFont font;
+            font.CreateFont(13, 0, 0, 0, FW_LIGHT, FALSE, FALSE, FALSE, 0, 0, 0, 0, FF_SWISS, L"Areal");
+            CClientDC dc(&box);
+            CFont* const before = dc.SelectObject(&font);
+            dc.SetBkMode(TRANSPARENT);
+            dc.SetTextColor(kBlack);
+            for (const auto& c : kTexts) {
+                CRect rect(c.rect);
+                ::FillRect(dc, &rect, CBrush(kPicture));
+                dc.DrawText(c.text, &rect, c.format);
+            }
+            dc.SelectObject(before);
+        }
+        const CPixels expected(box);
+        for (const auto& c : kTexts) {
+            EXPECT_GT(expected.Count(kBlack, c.rect), 0);
+            int different = 0;
+            for (int y = c.rect.top; y < c.rect.bottom; ++y) {
+                for (int x = c.rect.left; x < c.rect.right; ++x) different += expected.At(x, y) != painted.At(x, y);
+            }
+            EXPECT_EQ(0, different) << c.rect.top;
+        }
     });
 }
 
@@ -338,12 +356,12 @@ TEST_F(AboutDialogTest, AClickAnywhereTurnsTheLinkButOnlyOnTheLinkStartsTheBrows
     };
     for (const auto& click : kClicks) {
         SCOPED_TRACE(click.why);
-        g_starts.clear();
+        CNotedStarts::List().clear();
         CDrivenAbout box(m_picture, kUrl, kVersionText, KORVANE_IDD_ABOUT);
         box.Run([&] {
             box.Show();
             box.Click(click.x, click.y);
-            EXPECT_EQ(click.starts ? 1u : 0u, g_starts.size());
+            EXPECT_EQ(click.starts ? 1u : 0u, CNotedStarts::List().size());
             // Nothing is repainted for it.
             EXPECT_GT(CPixels(box).Count(kLinkColour, kLink), 0);
             box.Repaint();
@@ -359,22 +377,22 @@ TEST_F(AboutDialogTest, TheBrowserGetsTheAddressAsItsCommandLine)
 {
     CDrivenAbout box(m_picture, kUrl, kVersionText, KORVANE_IDD_ABOUT);
     box.Run([&] { box.Click(120, 188); });
-    ASSERT_EQ(1u, g_starts.size());
-    EXPECT_EQ(L"iexplore.exe", g_starts[0].program);
-    EXPECT_EQ(kUrl, g_starts[0].commandLine);
-    EXPECT_TRUE(g_starts[0].onlyDefaults);
+    ASSERT_EQ(1u, CNotedStarts::List().size());
+    EXPECT_EQ(L"iexplore.exe", CNotedStarts::List()[0].program);
+    EXPECT_EQ(kUrl, CNotedStarts::List()[0].commandLine);
+    EXPECT_TRUE(CNotedStarts::List()[0].onlyDefaults);
 }
 
 TEST_F(AboutDialogTest, AFailedStartIsSilent)
 {
-    g_startResult = FALSE;
+    CNotedStarts::SetResult(FALSE);
     CDrivenAbout box(m_picture, kUrl, kVersionText, KORVANE_IDD_ABOUT);
     EXPECT_EQ(IDOK, box.Run([&] {
         box.Click(120, 188);
         EXPECT_TRUE(::IsWindowEnabled(box));
         EXPECT_EQ(box.m_hWnd, ::GetLastActivePopup(box)) << "no message box";
     }));
-    EXPECT_EQ(1u, g_starts.size());
+    EXPECT_EQ(1u, CNotedStarts::List().size());
 }
 
 TEST_F(AboutDialogTest, EveryControlIsTransparentAndTheLinkHasItsColour)
@@ -472,14 +490,14 @@ TEST_F(AboutDialogTest, TextsMayBeMissingOrLong)
 {
     const std::wstring longText(10000, L'&');
     for (const wchar_t* text : {static_cast<const wchar_t*>(nullptr), L"", longText.c_str()}) {
-        g_starts.clear();
+        CNotedStarts::List().clear();
         CDrivenAbout box(m_picture, text, text, KORVANE_IDD_ABOUT);
         EXPECT_EQ(IDOK, box.Run([&] {
             box.Show();
             box.Click(120, 188);
         }));
-        ASSERT_EQ(1u, g_starts.size());
-        EXPECT_EQ(text ? text : L"", g_starts[0].commandLine);
+        ASSERT_EQ(1u, CNotedStarts::List().size());
+        EXPECT_EQ(text ? text : L"", CNotedStarts::List()[0].commandLine);
     }
 }
 

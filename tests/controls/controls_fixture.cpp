@@ -116,6 +116,26 @@ BOOL WINAPI CBeeps::Count(UINT nType)
     return TRUE;
 }
 
+CTimers::KIND CTimers::s_kind;
+
+CTimers::CTimers(KIND kind)
+{
+    s_kind = kind;
+    List().clear();
+}
+
+std::vector<CTimers::Timer>& CTimers::List()
+{
+    static std::vector<Timer> list;
+    return list;
+}
+
+UINT_PTR WINAPI CTimers::Note(HWND window, UINT_PTR nID, UINT nPeriod, TIMERPROC pfnCall)
+{
+    List().push_back({window, nID, nPeriod, pfnCall});
+    return s_kind == TICKING ? ::SetTimer(window, nID, nPeriod, pfnCall) : nID;
+}
+
 void CControlsFixture::SetUp()
 {
     ASSERT_TRUE(m_dialog.Make(IDD_CONTROLS));

@@ -85,6 +85,32 @@ private:
     CImportPatch m_patch{L"korvaneLib.dll", "MessageBeep", &CBeeps::Count};
 };
 
+// While it lives, the timers that controls ask for are noted. Without ticks none is started.
+class CTimers
+{
+public:
+    struct Timer
+    {
+        HWND window;
+        UINT_PTR nID;
+        UINT nPeriod;
+        TIMERPROC pfnCall;
+    };
+    enum KIND
+    {
+        TICKING,
+        WITHOUT_TICKS
+    };
+
+    explicit CTimers(KIND kind = TICKING);
+    static std::vector<Timer>& List();
+
+private:
+    static UINT_PTR WINAPI Note(HWND window, UINT_PTR nID, UINT nPeriod, TIMERPROC pfnCall);
+    static KIND s_kind;
+    CImportPatch m_patch{L"korvaneafx.dll", "SetTimer", &CTimers::Note};
+};
+
 // A text on the clipboard, as another program leaves it there; the clipboard is empty afterwards.
 class CClipboardText
 {

@@ -207,6 +207,34 @@ TEST_F(FlatComboBoxTest, RisesUnderThePointerAndFallsWhenItLeaves)
     EXPECT_FALSE(m_list.KillTimer(1)); // it has stopped itself
 }
 
+TEST_F(FlatComboBoxTest, RisesWithTheMoveAndNotWithTheFirstTick)
+{
+    const CTimers timers(CTimers::WITHOUT_TICKS);
+    MovePointer(m_list, 5, 5);
+    EXPECT_FALSE(CTimers::List().empty());
+    EXPECT_TRUE(IsRaised(m_list));
+}
+
+// As a tick would do it: the message of a move may come when the pointer has left already.
+TEST_F(FlatComboBoxTest, AMoveWithThePointerOutsideEndsItsOwnTimer)
+{
+    const CTimers timers;
+    m_list.SendMessage(WM_MOUSEMOVE, 0, MAKELPARAM(5, 5));
+    EXPECT_EQ(1u, CTimers::List().size());
+    EXPECT_FALSE(m_list.KillTimer(1));
+}
+
+TEST_F(FlatComboBoxTest, TheTimerHasNumber1AndTicksEach10Milliseconds)
+{
+    const CTimers timers;
+    m_list.SendMessage(WM_MOUSEMOVE, 0, MAKELPARAM(5, 5));
+    ASSERT_EQ(1u, CTimers::List().size());
+    EXPECT_EQ(m_list.m_hWnd, CTimers::List()[0].window);
+    EXPECT_EQ(1u, CTimers::List()[0].nID);
+    EXPECT_EQ(10u, CTimers::List()[0].nPeriod);
+    EXPECT_EQ(nullptr, CTimers::List()[0].pfnCall);
+}
+
 TEST_F(FlatComboBoxTest, TheTimerRunsWhileThePointerIsOver)
 {
     EXPECT_FALSE(m_list.KillTimer(1));
@@ -243,6 +271,19 @@ TEST_F(FlatComboBoxTest, AListThatHasTheFocusStaysRaisedWithoutThePointer)
     EXPECT_TRUE(IsRaised(m_list));
     Focus(Item(IDOK));
     EXPECT_TRUE(IsFlat(m_list));
+}
+
+// Until it is painted again: that looks at the pointer.
+TEST_F(FlatComboBoxTest, LosingTheFocusDrawsTheBoxFlatEvenUnderThePointer)
+{
+    MovePointer(m_list, 5, 5);
+    Focus(m_list);
+    ASSERT_TRUE(IsRaised(m_list));
+    m_list.SendMessage(WM_KILLFOCUS);
+    m_list.ValidateRect(nullptr);
+    EXPECT_TRUE(IsFlat(m_list));
+    m_list.Invalidate();
+    EXPECT_TRUE(IsRaised(m_list));
 }
 
 TEST_F(FlatComboBoxTest, TheFocusGetsItsDefaultHandlingToo)

@@ -3,6 +3,7 @@
 
 #include "controls_fixture.h"
 #include "leak_support.h"
+#include "start_support.h"
 #include "support/handle_count.h"
 #include "support/start_recorder.h"
 
@@ -465,6 +466,27 @@ TEST_F(HyperLinkTest, TheBrowserGetsTheUrlAsItsCommandLine)
     EXPECT_EQ(browser.CommandLine(L""), browser.WaitForStart());
 }
 
+TEST_F(HyperLinkTest, TheBrowserIsStartedWithDefaultsAndOnlyAnAnswerOf1IsAStart)
+{
+    static constexpr struct
+    {
+        BOOL result;
+        bool started;
+    } kCases[] = {{1, true}, {0, false}, {2, false}};
+    const CNotedStarts starts;
+    CHyperLink link;
+    for (const auto& c : kCases) {
+        CNotedStarts::SetResult(c.result);
+        EXPECT_EQ(c.started, link.GotoURL(L"http://www.example.com")) << c.result;
+    }
+    ASSERT_EQ(3u, CNotedStarts::List().size());
+    for (const CNotedStarts::Start& start : CNotedStarts::List()) {
+        EXPECT_EQ(L"iexplore.exe", start.program);
+        EXPECT_EQ(L"http://www.example.com", start.commandLine);
+        EXPECT_TRUE(start.onlyDefaults);
+    }
+}
+
 TEST_F(HyperLinkTest, ABrowserThatCannotBeStartedIsReported)
 {
     const CProgramInTheWay browser(L"iexplore.exe", CProgramInTheWay::NO_PROGRAM);
@@ -490,6 +512,19 @@ TEST_F(HyperLinkTest, StartsLeaveNoHandlesBehind)
     ASSERT_GT(nBefore, 0);
     for (int i = 0; i < 5; ++i) round();
     EXPECT_EQ(nBefore, CountHandles());
+}
+
+TEST_F(HyperLinkTest, TheTimerHasNumber100AndTicksEach100Milliseconds)
+{
+    Subclass();
+    const CTimers timers;
+    MovePointer(m_link, 2, 2);
+    MovePointer(m_link, 3, 2); // it runs already
+    ASSERT_EQ(1u, CTimers::List().size());
+    EXPECT_EQ(m_link.m_hWnd, CTimers::List()[0].window);
+    EXPECT_EQ(100u, CTimers::List()[0].nID);
+    EXPECT_EQ(100u, CTimers::List()[0].nPeriod);
+    EXPECT_EQ(nullptr, CTimers::List()[0].pfnCall);
 }
 
 TEST_F(HyperLinkTest, TheTimerRunsOnlyWhileHovered)

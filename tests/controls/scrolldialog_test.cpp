@@ -1,6 +1,7 @@
 #include "controls/scrolldialog.h"
 #include "scroll_ids.h"
 #include "leak_support.h"
+#include "support/import_patch.h"
 
 #include <gtest/gtest.h>
 
@@ -413,6 +414,64 @@ TYPED_TEST(ScrollingTest, ScrollWindowExMovesTheChildrenWhenTold)
     EXPECT_EQ(CPoint(3, 4), this->Shift());
     this->m_dialog.ScrollWindowEx(3, 4, SW_INVALIDATE);
     EXPECT_EQ(CPoint(3, 4), this->Shift());
+}
+
+namespace {
+
+// While it lives, what the library scrolls is noted, and is scrolled.
+class CScrolls
+{
+public:
+    struct Scroll
+    {
+        HWND window;
+        CPoint by;
+        bool whole; // no part of the window, and nothing is asked back
+        UINT flags;
+    };
+
+    CScrolls() { List().clear(); }
+    static std::vector<Scroll>& List()
+    {
+        static std::vector<Scroll> list;
+        return list;
+    }
+
+private:
+    static int WINAPI Note(HWND window, int dx, int dy, const RECT* part, const RECT* clip, HRGN region, LPRECT update,
+                           UINT flags)
+    {
+        List().push_back({window, CPoint(dx, dy), !part && !clip && !region && !update, flags});
+        return ::ScrollWindowEx(window, dx, dy, part, clip, region, update, flags);
+    }
+    CImportPatch m_patch{L"korvaneLib.dll", "ScrollWindowEx", &CScrolls::Note};
+};
+
+} // namespace
+
+TYPED_TEST(ScrollingTest, EveryScrollMovesTheChildrenAndErasesWhatComesFree)
+{
+    const CScrolls scrolls;
+    this->Resize(this->m_width - 60, this->m_height - 60);
+    this->Horizontal(SB_THUMBTRACK, 12);
+    this->Vertical(SB_BOTTOM);
+    const int end = this->Bar(SB_VERT).nPos;
+    // Higher by 20, so that the end is nearer; wider than designed; higher than designed.
+    this->Resize(this->m_width - 60, this->m_height - 40);
+    this->Resize(this->m_width + 100, this->m_height - 40);
+    this->Resize(this->m_width + 100, this->m_height + 100);
+    std::vector<CPoint> moves;
+    for (const CScrolls::Scroll& scroll : CScrolls::List()) {
+        SCOPED_TRACE(testing::Message() << scroll.by.x << ',' << scroll.by.y);
+        EXPECT_EQ(this->m_dialog.m_hWnd, scroll.window);
+        EXPECT_TRUE(scroll.whole);
+        EXPECT_EQ(7u, scroll.flags);
+        moves.push_back(scroll.by);
+    }
+    // The content goes home horizontally by the vertical position; without that bar the other end is nearer again.
+    const std::vector<CPoint> expected = {CPoint(-12, 0),      CPoint(0, -end),        CPoint(0, 20),
+                                          CPoint(end - 20, 0), CPoint(0, this->m_bar), CPoint(0, 40)};
+    EXPECT_EQ(expected, moves);
 }
 
 TYPED_TEST(ScrollingTest, EveryChildIsScrolled)
