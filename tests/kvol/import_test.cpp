@@ -260,7 +260,21 @@ TEST_F(KvolImportTest, ABadRowIsNamedAndNothingIsLeftBehind)
     Refused("f.json", R"([{"a":1},{"a":[]}])", {}, "f.json: row 2, column 1 \"a\"");
     Refused("f.json", R"([{"a":1},{}])", {}, "f.json: row 2, column 1 \"a\": no cell");
     Refused("f.json", "[{\"a\":\"x\\u0000y\"}]", {}, "f.json: row 1, column 1 \"a\"");
-    Refused("f.csv", "a,b\n1," + std::string(32735, 'x') + "\n", {}, "row 1 (line 2), column 2 \"b\"");
+    Refused("f.csv", "a,b\n1," + std::string(32736, 'x') + "\n", {}, "row 1 (line 2), column 2 \"b\"");
+}
+
+TEST_F(KvolImportTest, TheLongestTextComesBackAndALongerOneIsRefused)
+{
+    const std::string csv = "a\n" + std::string(32735, 'x') + "\n" + std::string(32735, 'y') + "\n";
+    Import("t", csv, {"--index", "ByA=a,desc"});
+    EXPECT_EQ(csv, Dump("t"));
+    EXPECT_EQ(0u, Kvol({"check", Volume()}).code);
+    const std::string json = "[{\"a\": \"" + std::string(32735, 'x') + "\"}]";
+    ASSERT_EQ(0u, Kvol({"import", Volume(), "u", Write("u.json", json)}).code);
+    EXPECT_EQ("a\n" + std::string(32735, 'x') + "\n", Dump("u"));
+    const Outcome longer = Kvol({"import", Volume(), "v", Write("v.csv", "a\n" + std::string(32736, 'x') + "\n")});
+    EXPECT_EQ(1u, longer.code);
+    EXPECT_TRUE(longer.ErrHas("has 32,736 UTF-16 units; a text has at most 32,735")) << longer;
 }
 
 TEST_F(KvolImportTest, ATypeThatDoesNotFitIsNamedWithRowAndColumn)

@@ -179,7 +179,7 @@ TEST(KvolValueTest, AFieldOfDaysWritesMidnightWithoutTheTime)
 
 TEST(KvolValueTest, TextsEndAtTheLargestPropertyAndHaveNoZero)
 {
-    const std::string most(CEDB_MAXPROPDATASIZE / 2 - 1, 'x');
+    const std::string most(CEDB_MAXPROPDATASIZE / 2, 'x');
     EXPECT_EQ(most, Rewritten(CEVT_LPWSTR, most.c_str()));
     EXPECT_TRUE(Fails(CEVT_LPWSTR, (most + "x").c_str()));
     EXPECT_EQ("", Rewritten(CEVT_LPWSTR, ""));

@@ -13,7 +13,6 @@ namespace {
 
 constexpr uint64_t kTicksOfSecond = 10000000;
 constexpr uint64_t kTicksOfDay = 86400 * kTicksOfSecond;
-constexpr size_t kMostTextUnits = CEDB_MAXPROPDATASIZE / sizeof(wchar_t);
 
 bool HasLoneSurrogate(std::wstring_view text)
 {

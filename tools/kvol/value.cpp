@@ -164,9 +164,8 @@ bool ParseText(std::string_view text, _variant_t& value, std::string& why)
         why = "has a character U+0000, which ends a text in a volume";
         return false;
     }
-    if ((wide.size() + 1) * sizeof(wchar_t) > CEDB_MAXPROPDATASIZE) {
-        why = "has " + Counted(wide.size()) + " UTF-16 units; a text has at most " +
-              Counted(CEDB_MAXPROPDATASIZE / sizeof(wchar_t) - 1);
+    if (wide.size() > kMostTextUnits) {
+        why = "has " + Counted(wide.size()) + " UTF-16 units; a text has at most " + Counted(kMostTextUnits);
         return false;
     }
     value = wide.c_str();

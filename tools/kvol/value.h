@@ -36,6 +36,9 @@ constexpr short kOdbcTimestamp = 11;
 constexpr short kOdbcVarchar = 12;
 constexpr short kOdbcBit = -7;
 
+// The longest text, in UTF-16 units: its terminator is not kept.
+constexpr size_t kMostTextUnits = CEDB_MAXPROPDATASIZE / sizeof(wchar_t);
+
 // The type's name without its prefix ("I4"); "BLOB" and "type 99" for what fields of this tool never have.
 std::string TypeName(WORD wType);
 
