@@ -287,3 +287,42 @@ TEST_F(ReadTest, ADeletedCurrentRecordIsKeyDeletedUntilAMove)
 }
 
 } // namespace
+
+// In every order, unique ones and those of two properties too: such reads find most of what they need where the last one
+// left it, and must see when it is no longer so.
+TEST_F(ReadTest, AReadThatMovesOnMeetsTheRecordBehindTheOneThatIsDeletedMeanwhile)
+{
+    constexpr CEPROPID kKey = Prop(4, CEVT_UI4);
+    const CEOID oidDatabase = MakeDatabase(
+        m_guid, L"orders",
+        {Order({{kNumber, CEDB_SORT_DESCENDING}}), Order({{kName}, {kNumber}}), Order({{kKey}}, CEDB_SORT_UNIQUE)});
+    const CDb other = OpenDb(m_guid, oidDatabase);
+    std::vector<CEOID> oids;
+    for (int i = 0; i < 60; ++i)
+        oids.push_back(Write(other, 0, CProps().I4(1, 100 - i).Text(2, L"name " + std::to_wstring(100 + i)).UI4(4, i)));
+    CDb walks[] = {OpenDb(m_guid, oidDatabase, 0, CEDB_AUTOINCREMENT),
+                   OpenDb(m_guid, oidDatabase, kNumber, CEDB_AUTOINCREMENT),
+                   OpenDb(m_guid, oidDatabase, Order({{kName}, {kNumber}}), CEDB_AUTOINCREMENT),
+                   OpenDb(m_guid, oidDatabase, kKey, CEDB_AUTOINCREMENT)};
+    // Into a buffer that is there, as the quick way wants it.
+    const auto read = [](HANDLE h) {
+        CEPROPID rgWanted[] = {kNumber, kName};
+        BYTE rgb[200];
+        LPBYTE pBuffer = rgb;
+        DWORD cb = sizeof rgb;
+        WORD wCount = 2;
+        return ::CeReadRecordProps(h, 0, &wCount, rgWanted, &pBuffer, &cb);
+    };
+    size_t nNext = 0;
+    const auto readAll = [&](int nTimes) {
+        for (; nTimes > 0; --nTimes, ++nNext)
+            for (CDb& walk : walks) EXPECT_EQ(oids[nNext], read(walk)) << nNext;
+    };
+    while (nNext + 5 < oids.size()) {
+        readAll(4);
+        EXPECT_WORKS(::CeDeleteRecord(other, oids[nNext])); // on which all of them stand
+        oids.erase(oids.begin() + static_cast<ptrdiff_t>(nNext));
+    }
+    readAll(static_cast<int>(oids.size() - nNext));
+    for (CDb& walk : walks) EXPECT_FAILS(ERROR_NO_MORE_ITEMS, read(walk));
+}
