@@ -39,7 +39,7 @@ CRowShared::CRowShared(const CTable* pTable, HANDLE hHeapOfTable, HANDLE hDataba
       pBuffer(nullptr), cbBuffer(0),
       // One more than needed: the store takes a null array for "all properties", so there is one even without fields.
       propids(new CEPROPID[nFields + 1]), values(new _variant_t[nFields + 1]),
-      nMayWait(CountSureFields(pTable, nFields)), nWaiting(0), kept(new CEPROPVAL[nMayWait + 1]), bAnyMade(false)
+      nMayWait(CountSureFields(pTable, nFields)), nWaiting(0), kept(new CEPROPVAL[nMayWait + 1]), bAnySet(false)
 {
     for (int i = 0; i < nFields; ++i) propids[i] = pTable->m_pFields[i].m_propid;
     for (int i = 0; i <= nFields; ++i) V_VT(&values[i]) = VT_NULL;

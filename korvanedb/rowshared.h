@@ -30,7 +30,7 @@ struct CRowShared : CRefCntBase
     // that it has failed. What is put back are the properties that wait; their texts stand behind them all.
     void KeepWaiting();
     void PutBackWaiting();
-    // After a read: that many values wait from now on, and what is in their places goes.
+    // After a read: that many values wait from now on, and what the host has set in their places goes.
     void LetWait(int nValues);
 
     HANDLE hHeap;     // borrowed; kept here because a row may outlive its connection
@@ -46,7 +46,7 @@ struct CRowShared : CRefCntBase
     const int nMayWait; // leading fields of numbers, truth values and texts
     int nWaiting;       // leading values that are not made; the properties are in the buffer, as the store gave them
     std::unique_ptr<CEPROPVAL[]> kept; // nMayWait properties
-    bool bAnyMade;                     // there may be something in the places of values that may wait
+    bool bAnySet;                      // by the host, whose value may stand where one waits
 };
 
 // What reading a record raises for a code of the store.

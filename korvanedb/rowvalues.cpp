@@ -52,8 +52,6 @@ void AppendText(BYTE*& pText, const _variant_t& value)
 
 void CRowShared::MakeValues()
 {
-    if (nWaiting == 0) return;
-    bAnyMade = true;
     for (int i = 0; i < nWaiting; ++i) CRow::getVariantFromPropval(&Props()[i], values[i]);
     nWaiting = 0;
 }
@@ -71,9 +69,11 @@ void CRowShared::PutBackWaiting()
 void CRowShared::LetWait(int nValues)
 {
     nWaiting = nValues;
-    if (!bAnyMade) return;
-    bAnyMade = false;
-    for (int i = 0; i < nValues; ++i) values[i].Clear();
+    if (!bAnySet) return;
+    bAnySet = false;
+    // A text's block serves the next one.
+    for (int i = 0; i < nValues; ++i)
+        if (V_VT(&values[i]) != VT_BSTR) values[i].Clear();
 }
 
 long RaiseReadFailure(DWORD dwError)
@@ -217,7 +217,7 @@ long CRow::setVal(int index, _variant_t& value)
 {
     if (index < 0 || index > m_pShared->nFields) KORVANE_RAISE(kSource, 301, E_FAIL, L"Index out of bounds");
     m_pShared->MakeValues();
-    m_pShared->bAnyMade = true;
+    m_pShared->bAnySet = true;
     Copy(m_pShared->values[index], value);
     return 0;
 }
