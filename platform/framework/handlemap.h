@@ -51,7 +51,11 @@ public:
         }
         const Key key(hHandle, pClass);
         const auto found = m_temporary.find(key);
-        if (found != m_temporary.end()) return found->second.get();
+        if (found != m_temporary.end()) {
+            // Who had it may have taken the handle from it: Detach and its like know nothing of this map.
+            SetMappedHandle(*found->second, hHandle);
+            return found->second.get();
+        }
         std::unique_ptr<Object> pNew(static_cast<Object*>(pClass->CreateObject()));
         if (!pNew) AfxThrowMemoryException();
         Object* const pObject = pNew.get();

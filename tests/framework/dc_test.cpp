@@ -54,6 +54,16 @@ TEST(DcTest, AttachTakesTheHandleAndDetachGivesItBack)
     EXPECT_TRUE(::DeleteDC(hDC));
 }
 
+TEST(DcTest, ATemporaryObjectThatWasDetachedIsFoundWithItsHandleAgain)
+{
+    const HDC hDC = ::CreateCompatibleDC(NULL);
+    EXPECT_EQ(hDC, CDC::FromHandle(hDC)->Detach());
+    EXPECT_EQ(hDC, CDC::FromHandle(hDC)->m_hDC);
+    EXPECT_EQ(hDC, CDC::FromHandle(hDC)->m_hAttribDC);
+    EXPECT_TRUE(CDC::FromHandle(hDC)->DeleteDC());
+    CDC::DeleteTempMap();
+}
+
 TEST(DcTest, SelectingGivesWhatWasSelectedBefore)
 {
     CCanvas canvas(2, 2);

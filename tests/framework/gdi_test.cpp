@@ -180,6 +180,17 @@ TEST(HandleMapTest, AForeignHandleGetsOneTemporaryObjectOfItsKind)
     }
 }
 
+TEST(HandleMapTest, ATemporaryObjectThatWasDetachedIsFoundWithItsHandleAgain)
+{
+    const HPEN hPen = ::CreatePen(PS_SOLID, 1, kRed);
+    EXPECT_EQ(hPen, CPen::FromHandle(hPen)->Detach());
+    EXPECT_EQ(hPen, static_cast<HPEN>(*CPen::FromHandle(hPen)));
+    EXPECT_EQ(hPen, CGdiObject::FromHandle(hPen)->m_hObject);
+    EXPECT_TRUE(CPen::FromHandle(hPen)->DeleteObject());
+    EXPECT_FALSE(Exists(hPen));
+    CGdiObject::DeleteTempMap();
+}
+
 TEST(HandleMapTest, AnOwnerReplacesTheTemporaryObject)
 {
     const HPEN hPen = ::CreatePen(PS_SOLID, 1, kRed);

@@ -102,6 +102,18 @@ TEST(MenuTest, HandlesFindTheirObjects)
     EXPECT_FALSE(::IsMenu(hPopup));
 }
 
+TEST(MenuTest, ATemporaryObjectThatWasDetachedIsFoundWithItsHandleAgain)
+{
+    CMenu menu;
+    ASSERT_TRUE(menu.CreateMenu());
+    const HMENU hPopup = ::CreatePopupMenu();
+    ASSERT_TRUE(menu.AppendMenu(MF_POPUP, reinterpret_cast<UINT>(hPopup), L"more"));
+    EXPECT_EQ(hPopup, menu.GetSubMenu(0)->Detach());
+    EXPECT_EQ(hPopup, menu.GetSubMenu(0)->m_hMenu);
+    EXPECT_TRUE(menu.GetSubMenu(0)->AppendMenu(MF_STRING, 51, L"one"));
+    CMenu::DeleteTempMap();
+}
+
 TEST(MenuTest, MenusComeFromResources)
 {
     CMenu menu, none;

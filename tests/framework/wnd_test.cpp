@@ -131,6 +131,20 @@ TEST(WndTest, HandlesFindTheirObjects)
     EXPECT_EQ(nullptr, NoWindow()->GetSafeHwnd());
 }
 
+TEST(WndTest, ATemporaryObjectThatWasDetachedIsFoundWithItsHandleAgain)
+{
+    CPlainWindow parent;
+    const HWND hChild =
+        ::CreateWindowExW(0, L"STATIC", L"", WS_CHILD, 0, 0, 9, 9, parent, reinterpret_cast<HMENU>(5), NULL, NULL);
+    EXPECT_EQ(hChild, parent.GetDlgItem(5)->Detach());
+    ASSERT_EQ(hChild, parent.GetDlgItem(5)->m_hWnd);
+    parent.GetDlgItem(5)->SetWindowText(L"x");
+    TCHAR szText[4] = L"";
+    EXPECT_EQ(1, ::GetWindowTextW(hChild, szText, ARRAYSIZE(szText)));
+    CWnd::DeleteTempMap();
+    EXPECT_TRUE(::IsWindow(hChild));
+}
+
 TEST(WndTest, AnotherThreadHasObjectsOfItsOwn)
 {
     CPlainWindow wnd;
