@@ -1,8 +1,9 @@
-#include "afx.h"
+#include "guarded.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <vector>
 
 IMPLEMENT_DYNAMIC(CArchiveException, CException)
 
@@ -52,19 +53,34 @@ void WriteLength(CArchive& ar, DWORD dwLength)
     }
 }
 
-// Takes piece by piece, so that a wrong length costs no more than the data there is.
-template <class Char> CString ReadText(CArchive& ar, DWORD dwLength)
+// Hands dwLength characters to `take(pch, nCount)`, piece by piece, so that a wrong length costs no more than the data
+// there is.
+template <class Char, class Take> void ReadPieces(CArchive& ar, DWORD dwLength, Take take)
 {
-    CString strText;
     Char rgPiece[1024];
     while (dwLength > 0) {
         const DWORD dwPiece = std::min<DWORD>(dwLength, ARRAYSIZE(rgPiece));
         const UINT cbPiece = dwPiece * sizeof(Char);
         if (ar.Read(rgPiece, cbPiece) < cbPiece) AfxThrowArchiveException(CArchiveException::endOfFile);
-        strText += CString(rgPiece, static_cast<int>(dwPiece));
+        take(rgPiece, static_cast<int>(dwPiece));
         dwLength -= dwPiece;
     }
+}
+
+CString ReadWideText(CArchive& ar, DWORD dwLength)
+{
+    CString strText;
+    ReadPieces<wchar_t>(ar, dwLength, [&](LPCWSTR pch, int nCount) { strText += CString(pch, nCount); });
     return strText;
+}
+
+CString ReadNarrowText(CArchive& ar, DWORD dwLength)
+{
+    // Converted as a whole: a character of several bytes may lie across the end of a piece.
+    std::vector<char> text;
+    ReadPieces<char>(ar, dwLength,
+                     [&](LPCSTR pch, int nCount) { Guarded([&] { text.insert(text.end(), pch, pch + nCount); }); });
+    return CString(text.data(), static_cast<int>(text.size()));
 }
 
 } // namespace
@@ -107,9 +123,11 @@ UINT CArchive::Read(void* pBuffer, UINT nCount)
     UINT nRead = 0;
     while (nRead < nCount) {
         if (m_nNext == m_buffer.size()) {
-            m_nNext = 0;
             m_buffer.resize(m_nBufferSize);
+            // All of it counts as taken for as long as the file may throw.
+            m_nNext = m_buffer.size();
             m_buffer.resize(m_pFile->Read(m_buffer.data(), m_nBufferSize));
+            m_nNext = 0;
             if (m_buffer.empty()) break;
         }
         const size_t nPiece = std::min<size_t>(nCount - nRead, m_buffer.size() - m_nNext);
@@ -168,7 +186,7 @@ CArchive& AFXAPI operator<<(CArchive& ar, const CString& str)
 CArchive& AFXAPI operator>>(CArchive& ar, CString& str)
 {
     const StoredLength length = ReadLength(ar);
-    str = length.bUtf16 ? ReadText<wchar_t>(ar, length.dwLength) : ReadText<char>(ar, length.dwLength);
+    str = length.bUtf16 ? ReadWideText(ar, length.dwLength) : ReadNarrowText(ar, length.dwLength);
     return ar;
 }
 

@@ -1,6 +1,7 @@
 // CFile, CMemFile, CArchive.
 #include "afx_print.h"
 
+#include "support/import_patch.h"
 #include "support/temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -59,6 +60,34 @@ int CauseOf(const std::string& bytes)
     return CArchiveException::none;
 }
 
+// What the device's default code page is in Japan: characters of one byte and of two.
+int WINAPI ConvertAsInJapan(UINT, DWORD dwFlags, LPCCH pch, int cb, LPWSTR pchWide, int cchWide)
+{
+    return ::MultiByteToWideChar(932, dwFlags, pch, cb, pchWide, cchWide);
+}
+
+// A file with the values 1 to 100 whose first reading fails.
+class CUnluckyFile : public CMemFile
+{
+public:
+    CUnluckyFile()
+    {
+        for (int n = 1; n <= 100; ++n) Write(&n, sizeof n);
+        SeekToBegin();
+    }
+    UINT Read(void* pBuffer, UINT nCount) override
+    {
+        if (m_bFails) {
+            m_bFails = false;
+            AfxThrowFileException(CFileException::generic);
+        }
+        return CMemFile::Read(pBuffer, nCount);
+    }
+
+private:
+    bool m_bFails = true;
+};
+
 } // namespace
 
 TEST(ArchiveStringTest, AMarkerTheLengthAndTheCharacters)
@@ -91,6 +120,17 @@ TEST(ArchiveStringTest, NarrowTextWithoutMarkerIsConverted)
     EXPECT_EQ(L"abc", Loaded(Bytes({3, 'a', 'b', 'c'})));
     EXPECT_EQ(L"", Loaded(Bytes({0})));
     EXPECT_EQ(CString(L'x', 300), Loaded(Bytes({0xFF, 0x2C, 0x01}) + std::string(300, 'x')));
+}
+
+TEST(ArchiveStringTest, NarrowTextHasCharactersOfTwoBytesAnywhere)
+{
+    const CImportPatch patch(L"korvaneafx.dll", "MultiByteToWideChar", ConvertAsInJapan);
+    for (const int nBefore : {1022, 1023, 1024, 2047, 4095}) {
+        const int cb = nBefore + 3;
+        const std::string bytes =
+            Bytes({0xFF, cb & 0xFF, cb >> 8}) + std::string(nBefore, 'x') + Bytes({0x83, 0x41, 'y'});
+        EXPECT_TRUE(Loaded(bytes) == CString(L'x', nBefore) + L"\x30A2y") << nBefore;
+    }
 }
 
 TEST(ArchiveStringTest, EveryTruncationIsTheEndOfTheFile)
@@ -165,6 +205,28 @@ TEST(ArchiveTest, ClosingALoaderLeavesTheFileBehindTheLastValue)
     ar.Close();
     EXPECT_EQ(4u, file.GetPosition());
     EXPECT_TRUE(Throws<CArchiveException>([&] { ar >> n; }));
+}
+
+TEST(ArchiveTest, AReadingThatFailsLeavesNothingToHandOut)
+{
+    CUnluckyFile file;
+    CArchive ar(&file, CArchive::load, 128);
+    int n = -1;
+    EXPECT_TRUE(Throws<CFileException>([&] { ar >> n; }));
+    EXPECT_EQ(-1, n);
+    ar >> n;
+    EXPECT_EQ(1, n) << "the file's, once it can be read";
+}
+
+TEST(ArchiveTest, ClosingAfterAReadingThatFailedMovesNothing)
+{
+    CUnluckyFile file;
+    file.Seek(200, CFile::begin);
+    CArchive ar(&file, CArchive::load, 128);
+    int n;
+    EXPECT_TRUE(Throws<CFileException>([&] { ar >> n; }));
+    ar.Close();
+    EXPECT_EQ(200u, file.GetPosition());
 }
 
 TEST(ArchiveTest, StoringAndLoadingDoNotMix)
