@@ -28,7 +28,8 @@ void CEdit::SetSel(int nStartChar, int nEndChar, BOOL bNoScroll)
 
 void CEdit::SetSel(DWORD dwSelection, BOOL bNoScroll)
 {
-    SetSel(static_cast<short>(LOWORD(dwSelection)), static_cast<short>(HIWORD(dwSelection)), bNoScroll);
+    const auto Position = [](WORD wHalf) { return wHalf == 0xFFFF ? -1 : static_cast<int>(wHalf); };
+    SetSel(Position(LOWORD(dwSelection)), Position(HIWORD(dwSelection)), bNoScroll);
 }
 
 void CEdit::ReplaceSel(LPCTSTR pszNewText, BOOL bCanUndo)

@@ -150,7 +150,9 @@ int CListBox::GetSelItems(int nMaxItems, LPINT pIndex) const
 
 int CListBox::SelItemRange(BOOL bSelect, int nFirstItem, int nLastItem)
 {
-    // This one takes the items in either order, and can also take them away.
+    // The message deselects when its first item is the greater one, and so cannot deselect a single one. The message
+    // for that one takes -1 for all of them.
+    if (!bSelect && nFirstItem == nLastItem) return nFirstItem < 0 ? LB_ERR : SetSel(nFirstItem, FALSE);
     const int nFirst = bSelect ? nFirstItem : nLastItem, nLast = bSelect ? nLastItem : nFirstItem;
     return static_cast<int>(SendMessage(LB_SELITEMRANGEEX, static_cast<WPARAM>(nFirst), nLast));
 }

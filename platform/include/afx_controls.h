@@ -57,7 +57,8 @@ public:
 
     // Positions are characters from 0, the end exclusive.
     void GetSel(int& nStartChar, int& nEndChar) const;
-    DWORD GetSel() const; // start low, end high
+    DWORD GetSel() const; // start low, end high: for positions up to 65,534
+    // A start of -1 takes the selection away, an end of -1 is the text's. In one word, 0xFFFF is -1.
     void SetSel(int nStartChar, int nEndChar, BOOL bNoScroll = FALSE);
     void SetSel(DWORD dwSelection, BOOL bNoScroll = FALSE);
     void ReplaceSel(LPCTSTR pszNewText, BOOL bCanUndo = FALSE);

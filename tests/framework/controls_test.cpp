@@ -91,6 +91,33 @@ TEST(ControlTest, EditSelectionsAndText)
     EXPECT_EQ(static_cast<DWORD>(MAKELONG(3, 4)), edit.GetMargins());
 }
 
+TEST(ControlTest, AnEditSelectionInOneWordReachesAsFarAsTheWordDoes)
+{
+    CParent parent;
+    CEdit edit;
+    ASSERT_TRUE(edit.Create(WS_CHILD | ES_MULTILINE, kPlace, &parent, 1));
+    edit.SetLimitText(100000);
+    edit.SetWindowText(CString(L'\n', 65534));
+    ASSERT_EQ(65534, edit.GetWindowTextLength());
+    static constexpr struct
+    {
+        int nStart, nEnd;
+    } kSelections[] = {{0, 0x7FFF}, {0x7FFF, 0x8000}, {33000, 40000}, {0xFFFE, 0xFFFE}, {1, 0xFFFE}};
+    for (const auto& selection : kSelections) {
+        SCOPED_TRACE(selection.nStart);
+        edit.SetSel(selection.nStart, selection.nEnd, TRUE);
+        const DWORD dwSelection = edit.GetSel();
+        EXPECT_EQ(static_cast<DWORD>(MAKELONG(selection.nStart, selection.nEnd)), dwSelection);
+        edit.SetSel(0, 0, TRUE);
+        edit.SetSel(dwSelection, TRUE);
+        EXPECT_EQ(dwSelection, edit.GetSel());
+    }
+    edit.SetSel(static_cast<DWORD>(MAKELONG(-1, 0)), TRUE);
+    int nStart = 0, nEnd = 0;
+    edit.GetSel(nStart, nEnd);
+    EXPECT_EQ(nEnd, nStart) << "-1 takes the selection away";
+}
+
 TEST(ControlTest, EditLines)
 {
     CParent parent;
@@ -135,6 +162,15 @@ TEST(ControlTest, ListItemsAndSelections)
     EXPECT_EQ(1, items[1]);
     EXPECT_NE(LB_ERR, list.SelItemRange(FALSE, 0, 1));
     EXPECT_EQ(0, list.GetSelCount());
+    EXPECT_NE(LB_ERR, list.SelItemRange(TRUE, 1, 1));
+    EXPECT_EQ(1, list.GetSelCount());
+    EXPECT_NE(LB_ERR, list.SelItemRange(FALSE, 2, 2));
+    EXPECT_EQ(1, list.GetSelCount());
+    EXPECT_NE(LB_ERR, list.SelItemRange(FALSE, 1, 1));
+    EXPECT_EQ(0, list.GetSelCount());
+    list.SelItemRange(TRUE, 0, 2);
+    EXPECT_EQ(LB_ERR, list.SelItemRange(FALSE, -1, -1)) << "no item, and not all of them";
+    EXPECT_EQ(3, list.GetSelCount());
     EXPECT_NE(LB_ERR, list.SetItemData(1, 77));
     EXPECT_EQ(77u, list.GetItemData(1));
     list.SetItemDataPtr(1, &list);
