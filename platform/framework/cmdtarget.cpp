@@ -24,6 +24,9 @@ BOOL CCmdTarget::OnCmdMsg(UINT nID, int nCode, void* pExtra, AFX_CMDHANDLERINFO*
     if (nWanted != CN_UPDATE_COMMAND_UI) {
         if (HIWORD(nWanted)) nMessage = HIWORD(nWanted);
         nWanted = LOWORD(nWanted);
+    } else if (nID == 0) {
+        // No command's identifier: a control is asked about itself.
+        nMessage = WM_REFLECT_BASE + WM_COMMAND;
     }
     for (const AFX_MSGMAP* pMap = GetMessageMap(); pMap; pMap = pMap->pfnGetBaseMap ? pMap->pfnGetBaseMap() : NULL) {
         for (const AFX_MSGMAP_ENTRY* pEntry = pMap->pEntries; pEntry->nMessage; ++pEntry) {

@@ -56,7 +56,7 @@ struct AFX_NOTIFY
 
 // Beside the notification codes of controls, which have 16 bits.
 #define CN_COMMAND 0                               // a command of a menu, an accelerator or a button
-#define CN_UPDATE_COMMAND_UI static_cast<UINT>(-1) // what the command should look like now
+#define CN_UPDATE_COMMAND_UI static_cast<UINT>(-1) // what the command, for 0 the control itself, looks like
 
 #define DECLARE_MESSAGE_MAP()                                                                                          \
 protected:                                                                                                             \

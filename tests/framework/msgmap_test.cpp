@@ -191,6 +191,27 @@ ON_WM_VSCROLL_REFLECT()
 ON_NOTIFY_REFLECT(NM_CLICK, OnNotified)
 END_MESSAGE_MAP()
 
+// A control that knows itself what it should look like.
+class CSelfUpdating : public CButton
+{
+public:
+    BOOL m_bPassOn = FALSE;
+    int m_nAsked = 0;
+
+protected:
+    void OnUpdateSelf(CCmdUI* pUI)
+    {
+        ++m_nAsked;
+        pUI->SetText(L"own");
+        if (m_bPassOn) pUI->ContinueRouting();
+    }
+    DECLARE_MESSAGE_MAP()
+};
+
+BEGIN_MESSAGE_MAP(CSelfUpdating, CButton)
+ON_UPDATE_COMMAND_UI_REFLECT(OnUpdateSelf)
+END_MESSAGE_MAP()
+
 } // namespace
 
 TEST(MessageMapTest, TheFirstEntryOfTheMostDerivedClassCounts)
@@ -300,6 +321,35 @@ TEST(MessageMapTest, ControlsAreUpdatedThroughTheirCommands)
     wnd.m_bEnable = true;
     wnd.UpdateDialogControls(&wnd, FALSE);
     EXPECT_TRUE(known.IsWindowEnabled());
+}
+
+TEST(MessageMapTest, AControlMayUpdateItself)
+{
+    CMappedWindow wnd;
+    CSelfUpdating button;
+    ASSERT_TRUE(button.Create(L"k", WS_CHILD, CRect(0, 0, 9, 9), &wnd, 20));
+    wnd.m_bEnable = false;
+    wnd.UpdateDialogControls(&wnd, TRUE);
+    EXPECT_EQ(1, button.m_nAsked);
+    EXPECT_TRUE(button.IsWindowEnabled()) << "the window was not asked, and its own handler counts as one";
+    CString str;
+    button.GetWindowText(str);
+    EXPECT_EQ(CString(L"own"), str);
+    button.m_bPassOn = TRUE;
+    wnd.UpdateDialogControls(&wnd, TRUE);
+    EXPECT_EQ(2, button.m_nAsked);
+    EXPECT_FALSE(button.IsWindowEnabled());
+    button.GetWindowText(str);
+    EXPECT_EQ(CString(L"updated"), str);
+}
+
+TEST(MessageMapTest, NoNotificationIsTakenForAControlsUpdate)
+{
+    CMappedWindow wnd;
+    CSelfUpdating button;
+    ASSERT_TRUE(button.Create(L"k", WS_CHILD, CRect(0, 0, 9, 9), &wnd, 20));
+    EXPECT_EQ(0, wnd.SendMessage(WM_COMMAND, MAKEWPARAM(20, 0xFFFF), reinterpret_cast<LPARAM>(button.m_hWnd)));
+    EXPECT_EQ(0, button.m_nAsked);
 }
 
 TEST(MessageMapTest, WhoWouldHandleIsToldWithoutHandling)
