@@ -4,6 +4,8 @@
 
 #include <process.h>
 
+#include <utility>
+
 IMPLEMENT_DYNAMIC(CWinThread, CCmdTarget)
 
 CWinThread::CWinThread() : CWinThread(NULL, NULL) {}
@@ -44,30 +46,32 @@ struct CThreadRun
     {
         CWinThread* const pThread = static_cast<CWinThread*>(p);
         int nExitCode = -1;
+        CWnd programs;
         Contained(L"thread", [&] {
             CThreadState& state = CThreadState::Get();
             state.m_pThread = pThread;
             state.m_pModuleState = pThread->m_pModuleState;
             // Until the thread has a main window of its own: the program's, as an object of this thread.
-            CWnd programs;
             CWinApp* const pApp = AfxGetApp();
             if (!pThread->m_pMainWnd && pApp && pApp->m_pMainWnd->GetSafeHwnd()) {
                 programs.Attach(pApp->m_pMainWnd->m_hWnd);
-                pThread->m_pMainWnd = &programs;
+                pThread->m_pMainWnd = state.m_pProgramsMainWnd = &programs;
             }
-            Contained(L"thread", [&] { nExitCode = Execute(*pThread); });
-            programs.Detach();
-            if (pThread->m_pMainWnd == &programs) pThread->m_pMainWnd = NULL;
+            nExitCode = Execute(*pThread);
         });
         Leave(TRUE);
         return static_cast<unsigned>(nExitCode);
     }
+    // The thread is about to end. Its object may live on, and must not keep what lies on the thread's stack.
     static void Leave(BOOL bDelete)
     {
         CThreadState* const pState = CThreadState::GetIfAny();
-        CWinThread* const pThread = pState ? pState->m_pThread : NULL;
+        if (!pState) return;
+        CWnd* const pPrograms = std::exchange(pState->m_pProgramsMainWnd, nullptr);
+        if (pPrograms) pPrograms->Detach();
+        CWinThread* const pThread = std::exchange(pState->m_pThread, nullptr);
         if (!pThread) return;
-        pState->m_pThread = NULL;
+        if (pPrograms && pThread->m_pMainWnd == pPrograms) pThread->m_pMainWnd = NULL;
         if (bDelete) pThread->Delete();
     }
     static CWinThread* Begin(CWinThread* pThread, int nPriority, UINT nStackSize, DWORD dwCreateFlags,

@@ -49,6 +49,7 @@ struct CThreadState
     HWND m_hCreated = NULL;                  // the last window that m_pCreating got
     HHOOK m_hCreateHook = NULL;              // while m_pCreating waits
     CWinThread* m_pThread = NULL;            // borrowed
+    CWnd* m_pProgramsMainWnd = NULL;         // the program's main window as an object of this thread; borrowed
     AFX_MODULE_STATE* m_pModuleState = NULL; // the one in place, borrowed; NULL: the program's
     int m_nWaiting = 0;                      // BeginWaitCursor calls without their EndWaitCursor
     CString m_strClassName;                  // AfxRegisterWndClass's last

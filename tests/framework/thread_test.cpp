@@ -86,6 +86,12 @@ BEGIN_MESSAGE_MAP(CLoopThread, CWinThread)
 ON_THREAD_MESSAGE(WM_APP, OnPosted)
 END_MESSAGE_MAP()
 
+// A program whose main window outlives it.
+struct CQuietApp : CWinApp
+{
+    ~CQuietApp() override { m_pMainWnd = NULL; }
+};
+
 // Not deleted by its end.
 class CKeptThread : public CWinThread
 {
@@ -113,10 +119,7 @@ TEST(ThreadTest, AFunctionRunsOnAThreadOfItsOwn)
 
 TEST(ThreadTest, TheProgramsMainWindowIsKnownAsAnObjectOfTheThread)
 {
-    struct CQuietApp : CWinApp
-    {
-        ~CQuietApp() override { m_pMainWnd = NULL; }
-    } app;
+    CQuietApp app;
     CPlainWindow main;
     app.m_pMainWnd = &main;
     CSeen seen = {};
@@ -145,6 +148,26 @@ TEST(ThreadTest, AThreadMayEndItselfInTheMiddle)
     CKeptThread thread([](LPVOID) -> UINT { AfxEndThread(9); });
     ASSERT_TRUE(thread.CreateThread());
     EXPECT_EQ(9u, Ended(thread.m_hThread));
+}
+
+TEST(ThreadTest, AThreadThatEndedItselfHasNoMainWindowLeft)
+{
+    CQuietApp app;
+    CPlainWindow main;
+    app.m_pMainWnd = &main;
+    CSeen seen = {};
+    CKeptThread thread(
+        [](LPVOID p) -> UINT {
+            Look(p);
+            AfxEndThread(9, FALSE);
+        },
+        &seen);
+    ASSERT_TRUE(thread.CreateThread());
+    EXPECT_EQ(9u, Ended(thread.m_hThread));
+    EXPECT_EQ(main.m_hWnd, seen.hMainWnd);
+    EXPECT_EQ(nullptr, thread.m_pMainWnd);
+    EXPECT_TRUE(::IsWindow(main.m_hWnd));
+    app.m_pMainWnd = NULL;
 }
 
 TEST(ThreadTest, ALoopRunsUntilItsMainWindowIsGone)
