@@ -96,7 +96,9 @@ HRESULT MakePicture(const DecompressImageInfo& info, CInputStream& input, CComRe
     const PixelSize size = OutputSize(reader.Size(), info);
     if (!IsWithinLimit(size)) return IMGDECOMP_E_NOIMAGE;
     *render.Receive() = new CImageRender(reader.Size(), size, info.iBitDepth, info.phBM != nullptr);
-    return Decode(reader, size, info, *render.Get());
+    hr = Decode(reader, size, info, *render.Get());
+    if (FAILED(hr)) return hr;
+    return info.phBM && info.ppImageRender && !render->PrepareToShare() ? E_OUTOFMEMORY : S_OK;
 }
 
 HRESULT Decompress(const DecompressImageInfo& info)
@@ -119,11 +121,9 @@ HRESULT Decompress(const DecompressImageInfo& info)
         return hr;
     }
     render->Complete();
+    // Nothing fails any more.
     if (info.pfnImageProgress) info.pfnImageProgress(render.Get(), TRUE, info.lParam);
-    if (info.phBM) {
-        *info.phBM = render->HandOver(info.ppImageRender != nullptr);
-        if (!*info.phBM) return E_OUTOFMEMORY;
-    }
+    if (info.phBM) *info.phBM = render->HandOver();
     if (info.ppImageRender) *info.ppImageRender = render.Detach();
     return S_OK;
 }

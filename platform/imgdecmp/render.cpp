@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -29,6 +30,7 @@ CImageRender::CImageRender(PixelSize original, PixelSize size, int iBitDepth, bo
 CImageRender::~CImageRender()
 {
     if (m_hBitmap) ::DeleteObject(m_hBitmap);
+    if (m_hSecond) ::DeleteObject(m_hSecond);
 }
 
 HBITMAP CImageRender::MakeBitmap(BYTE** ppBits) const
@@ -91,6 +93,7 @@ void CImageRender::Fail()
 {
     m_state = State::failed;
     if (m_hBitmap) ::DeleteObject(Take());
+    if (m_hSecond) ::DeleteObject(std::exchange(m_hSecond, nullptr));
 }
 
 HBITMAP CImageRender::Take()
@@ -101,13 +104,25 @@ HBITMAP CImageRender::Take()
     return hBitmap;
 }
 
-HBITMAP CImageRender::HandOver(bool bShared)
+void CImageRender::CopyBits(BYTE* pbTo) const
 {
-    m_bPromised = bShared;
-    HBITMAP hBitmap = nullptr;
-    GetBitmap(&hBitmap, TRUE);
+    // Whoever has the bitmap may have drawn on it.
+    ::GdiFlush();
+    std::memcpy(pbTo, m_pBits, m_cbRow * m_size.height);
+}
+
+bool CImageRender::PrepareToShare()
+{
+    m_hSecond = MakeBitmap(&m_pSecondBits);
+    return m_hSecond != nullptr;
+}
+
+HBITMAP CImageRender::HandOver()
+{
     m_bPromised = false;
-    return hBitmap;
+    if (!m_hSecond) return Take();
+    CopyBits(m_pSecondBits);
+    return std::exchange(m_hSecond, nullptr);
 }
 
 HRESULT CImageRender::QueryInterface(REFIID riid, void** ppv)
@@ -162,7 +177,7 @@ HRESULT CImageRender::GetBitmap(HBITMAP* phBitmap, BOOL fTake)
         BYTE* pBits = nullptr;
         *phBitmap = MakeBitmap(&pBits);
         if (!*phBitmap) return E_OUTOFMEMORY;
-        std::memcpy(pBits, m_pBits, m_cbRow * m_size.height);
+        CopyBits(pBits);
     } else {
         *phBitmap = fTake ? Take() : m_hBitmap;
     }

@@ -27,8 +27,10 @@ public:
     void Complete() { m_state = State::complete; }
     // Decoding has ended without it: the bitmap is gone.
     void Fail();
-    // The bitmap for phBM. bShared: this object is returned too, so the caller gets a copy. NULL when memory is out.
-    HBITMAP HandOver(bool bShared);
+    // This object is returned beside phBM: makes room for a second bitmap. False when memory is out.
+    bool PrepareToShare();
+    // The bitmap for phBM: the second one after PrepareToShare, with what is in the first one now.
+    HBITMAP HandOver();
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
     ULONG STDMETHODCALLTYPE AddRef() override;
@@ -57,6 +59,7 @@ private:
     // S_OK when there is a complete bitmap, else the reason why not.
     HRESULT Readiness() const;
     HBITMAP MakeBitmap(BYTE** ppBits) const;
+    void CopyBits(BYTE* pbTo) const;
     HBITMAP Take();
 
     const PixelSize m_original;
@@ -65,6 +68,8 @@ private:
     Info m_info = {};
     HBITMAP m_hBitmap = nullptr; // owned
     BYTE* m_pBits = nullptr;     // of m_hBitmap
+    HBITMAP m_hSecond = nullptr; // owned
+    BYTE* m_pSecondBits = nullptr;
     LONG m_nReferences = 1;
     State m_state = State::decoding;
     bool m_bPromised;

@@ -1,6 +1,8 @@
 // IImageRender, by itself and beside phBM.
 #include "decoder.h"
 
+#include "support/import_patch.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -72,6 +74,30 @@ void CALLBACK TakeBitmap(IImageRender* pRender, BOOL bComplete, LPARAM)
     HBITMAP hAgain = nullptr;
     const HRESULT hr = pRender->GetBitmap(&hAgain, FALSE);
     EXPECT_EQ(hr == S_OK, hAgain != nullptr);
+}
+
+int g_nBitmaps; // until memory is out for CreateWhileThereIsMemory
+
+HBITMAP WINAPI CreateWhileThereIsMemory(HDC hdc, const BITMAPINFO* pInfo, UINT nUsage, void** ppBits, HANDLE hSection,
+                                        DWORD dwOffset)
+{
+    *ppBits = nullptr;
+    return g_nBitmaps-- > 0 ? ::CreateDIBSection(hdc, pInfo, nUsage, ppBits, hSection, dwOffset) : nullptr;
+}
+
+int g_nCompletions; // by CountCompletions
+
+void CALLBACK CountCompletions(IImageRender* pRender, BOOL bComplete, LPARAM lParam)
+{
+    KeepReference(pRender, bComplete, lParam);
+    g_nCompletions += bComplete;
+}
+
+// The picture's lowest row.
+void CALLBACK DrawAtTheEnd(IImageRender* pRender, BOOL bComplete, LPARAM)
+{
+    BYTE* pBits = nullptr;
+    if (bComplete && pRender->GetBits(&pBits) == S_OK) std::fill_n(pBits, 3 * 97, BYTE{0x5A});
 }
 
 } // namespace
@@ -183,6 +209,46 @@ TEST(RenderTest, AReferenceKeptThroughAFailureTellsOfIt)
     EXPECT_EQ(nullptr, hBitmap);
     g_pKept->Release();
     g_pKept = nullptr;
+}
+
+TEST(RenderTest, WithoutMemoryForTheSecondBitmapNobodyIsToldOfAPicture)
+{
+    const CImportPatch patch(L"imgdecmp.dll", "CreateDIBSection", CreateWhileThereIsMemory);
+    for (const int nBitmaps : {0, 1, 2}) {
+        SCOPED_TRACE(nBitmaps);
+        CDecoder decoder(PictureFile(kName));
+        Render render;
+        decoder.info.ppImageRender = &render.p;
+        decoder.info.pfnImageProgress = CountCompletions;
+        g_nBitmaps = nBitmaps;
+        g_nCompletions = 0;
+        EXPECT_EQ(nBitmaps < 2 ? E_OUTOFMEMORY : S_OK, decoder.Decode());
+        EXPECT_EQ(nBitmaps < 2 ? 0 : 1, g_nCompletions);
+        EXPECT_EQ(nBitmaps == 2, decoder.hBitmap != nullptr);
+        EXPECT_EQ(nBitmaps == 2, render.p != nullptr);
+        ASSERT_EQ(nBitmaps > 0, g_pKept != nullptr);
+        if (!g_pKept) continue;
+        BOOL bFail = FALSE;
+        EXPECT_EQ(S_OK, g_pKept->ImageFail(&bFail));
+        EXPECT_EQ(nBitmaps < 2, bFail == TRUE);
+        g_pKept->Release();
+        g_pKept = nullptr;
+    }
+}
+
+TEST(RenderTest, WhatIsDrawnAtTheEndIsInBothBitmaps)
+{
+    CDecoder decoder(PictureFile(kName));
+    Render render;
+    decoder.info.ppImageRender = &render.p;
+    decoder.info.pfnImageProgress = DrawAtTheEnd;
+    ASSERT_EQ(S_OK, decoder.Decode());
+    BYTE* pBits = nullptr;
+    ASSERT_EQ(S_OK, render.p->GetBits(&pBits));
+    EXPECT_NE(decoder.Bits(), pBits);
+    for (const BYTE* const pb : {decoder.Bits(), pBits}) {
+        EXPECT_EQ(3 * 97, std::count(pb, pb + 3 * 97, BYTE{0x5A}));
+    }
 }
 
 TEST(RenderTest, DrawsInItsOwnSizeAndStretched)
