@@ -61,6 +61,14 @@ typedef struct tagDecompressImageInfo
 // Exported by name and at ordinal 1.
 extern "C" HRESULT DecompressImageIndirect(DecompressImageInfo* pParams);
 
+// Palettes for a program's own use, each of 256 colours: the decoder gives every bitmap a colour table made for it. The
+// array is the decoder's and lasts as long as the DLL is loaded; any thread may ask. Exported by name.
+//
+// The one whose index is the colour: bits 7 to 5 red, 4 to 2 green, 1 and 0 blue, each spread over 0 to 255.
+extern "C" COLORREF* Get332Palette();
+// The colours of the system's halftone palette; null when memory is out.
+extern "C" COLORREF* GetHalftonePalette();
+
 static_assert(sizeof(DecompressImageInfo) == 60, "the record's size is fixed by the platform");
 
 #endif
