@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr DWORD kHung = 99; // exit code of one that had to be ended
+
 // One argument as CommandLineToArgvW reads it back: backslashes before a quote are doubled, the quote is escaped.
 std::wstring QuotedArgument(const std::wstring& argument)
 {
@@ -62,6 +64,35 @@ struct Pipe
     }
 };
 
+// Starts kvol; with handles for its output it inherits them. Null, and a failed test, when it cannot be started.
+HANDLE Start(const std::vector<std::string>& arguments, DWORD dwFlags, STARTUPINFOW startup = {})
+{
+    const std::wstring program = BesideThisProgram(L"kvol.exe");
+    std::wstring line = QuotedArgument(program);
+    for (const std::string& argument : arguments) line += L" " + QuotedArgument(kvol::Wide(argument));
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, (startup.dwFlags & STARTF_USESTDHANDLES) != 0,
+                          dwFlags, nullptr, nullptr, &startup, &process)) {
+        ADD_FAILURE() << "kvol.exe cannot be started: error " << ::GetLastError();
+        return nullptr;
+    }
+    ::CloseHandle(process.hThread);
+    return process.hProcess;
+}
+
+// Waits for the end, ends the process when that does not come, and gives its exit code.
+DWORD ExitCodeOf(HANDLE hProcess)
+{
+    constexpr DWORD kMilliseconds = 60000;
+    if (::WaitForSingleObject(hProcess, kMilliseconds) == WAIT_TIMEOUT) ::TerminateProcess(hProcess, kHung);
+    ::WaitForSingleObject(hProcess, INFINITE);
+    DWORD dwCode = kHung;
+    ::GetExitCodeProcess(hProcess, &dwCode);
+    ::CloseHandle(hProcess);
+    return dwCode;
+}
+
 } // namespace
 
 std::ostream& operator<<(std::ostream& stream, const Outcome& outcome)
@@ -71,60 +102,41 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome)
 
 Outcome Kvol(const std::vector<std::string>& arguments)
 {
-    constexpr DWORD kMilliseconds = 60000;
-    const std::wstring program = BesideThisProgram(L"kvol.exe");
-    std::wstring line = QuotedArgument(program);
-    for (const std::string& argument : arguments) line += L" " + QuotedArgument(kvol::Wide(argument));
     Outcome outcome;
     Pipe out;
     Pipe err;
     STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = out.hWrite;
     startup.hStdError = err.hWrite;
-    PROCESS_INFORMATION process = {};
-    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                          &process)) {
-        ADD_FAILURE() << "kvol.exe cannot be started: error " << ::GetLastError();
-        return outcome;
-    }
+    const HANDLE hProcess = Start(arguments, 0, startup);
+    if (!hProcess) return outcome;
     out.CloseWrite();
     err.CloseWrite();
     // Waiting beside the reading: a program that hangs keeps its pipes open.
-    std::thread watch([&] {
-        if (::WaitForSingleObject(process.hProcess, kMilliseconds) == WAIT_TIMEOUT)
-            ::TerminateProcess(process.hProcess, 99);
-    });
+    std::thread watch([&] { outcome.code = ExitCodeOf(hProcess); });
     std::thread errors([&] { err.ReadAll(outcome.err); });
     out.ReadAll(outcome.out);
     errors.join();
     watch.join();
-    ::GetExitCodeProcess(process.hProcess, &outcome.code);
-    ::CloseHandle(process.hThread);
-    ::CloseHandle(process.hProcess);
-    EXPECT_NE(99u, outcome.code) << "kvol did not end within a minute: " << kvol::ToUtf8(line);
+    EXPECT_NE(kHung, outcome.code) << "kvol did not end within a minute";
     return outcome;
+}
+
+DWORD KvolOnConsole(const std::vector<std::string>& arguments)
+{
+    const HANDLE hProcess = Start(arguments, CREATE_NO_WINDOW);
+    return hProcess ? ExitCodeOf(hProcess) : kHung;
 }
 
 bool KvolKilledAfter(const std::vector<std::string>& arguments, DWORD dwMilliseconds)
 {
-    const std::wstring program = BesideThisProgram(L"kvol.exe");
-    std::wstring line = QuotedArgument(program);
-    for (const std::string& argument : arguments) line += L" " + QuotedArgument(kvol::Wide(argument));
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr,
-                          &startup, &process)) {
-        ADD_FAILURE() << "kvol.exe cannot be started: error " << ::GetLastError();
-        return false;
-    }
-    const bool bRunning = ::WaitForSingleObject(process.hProcess, dwMilliseconds) == WAIT_TIMEOUT;
-    if (bRunning) ::TerminateProcess(process.hProcess, 98);
-    ::WaitForSingleObject(process.hProcess, INFINITE);
-    ::CloseHandle(process.hThread);
-    ::CloseHandle(process.hProcess);
+    const HANDLE hProcess = Start(arguments, DETACHED_PROCESS);
+    if (!hProcess) return false;
+    const bool bRunning = ::WaitForSingleObject(hProcess, dwMilliseconds) == WAIT_TIMEOUT;
+    if (bRunning) ::TerminateProcess(hProcess, 98);
+    ::WaitForSingleObject(hProcess, INFINITE);
+    ::CloseHandle(hProcess);
     return bRunning;
 }
 

@@ -25,6 +25,9 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome);
 // Runs kvol with the arguments (UTF-8), standard output and error in pipes. It is ended after a minute.
 Outcome Kvol(const std::vector<std::string>& arguments);
 
+// Runs kvol with a console of its own, which nobody sees, in place of the pipes: its exit code.
+DWORD KvolOnConsole(const std::vector<std::string>& arguments);
+
 // Starts kvol and ends it hard after some milliseconds, if it is still running then. True when it was.
 bool KvolKilledAfter(const std::vector<std::string>& arguments, DWORD dwMilliseconds);
 

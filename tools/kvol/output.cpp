@@ -8,7 +8,9 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <new>
 
 namespace kvol {
 
@@ -58,8 +60,17 @@ void FlushOut()
     }
 }
 
+std::string ProgressLine(const std::string& what, size_t done, size_t total)
+{
+    constexpr size_t kWidth = 40;
+    total = std::max(total, done);
+    const size_t filled = total ? static_cast<size_t>(ULONGLONG{kWidth} * done / total) : 0;
+    return what + " [" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "] " + Counted(done) + " of " +
+           Counted(total);
+}
+
 CProgress::CProgress(const char* pszWhat, size_t total)
-    : m_what(pszWhat), m_total(total ? total : 1), m_bConsole(IsConsole(STD_ERROR_HANDLE))
+    : m_what(pszWhat), m_total(total), m_bConsole(IsConsole(STD_ERROR_HANDLE))
 {
 }
 
@@ -72,19 +83,20 @@ CProgress::~CProgress()
     Err("\r");
 }
 
-void CProgress::Show(size_t done)
+void CProgress::Show(size_t done) noexcept
 {
-    constexpr size_t kWidth = 40;
     constexpr DWORD kMilliseconds = 100;
     if (!m_bConsole) return;
     const DWORD dwNow = ::GetTickCount();
     if (m_cchDrawn && static_cast<LONG>(dwNow - m_dwNext) < 0) return;
     m_dwNext = dwNow + kMilliseconds;
-    const size_t filled = kWidth * done / m_total;
-    const std::string line = m_what + " [" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "] " +
-                             Counted(done) + " of " + Counted(m_total);
-    m_cchDrawn = CharacterCount(line); // counts only grow, so the new line covers the old one
-    Err("\r" + line);
+    try {
+        const std::string line = "\r" + ProgressLine(m_what, done, m_total);
+        m_cchDrawn = CharacterCount(line) - 1; // counts only grow, so the new line covers the old one
+        Err(line);
+    } catch (const std::bad_alloc&) {
+        // The job may do without the memory that the bar does not get.
+    }
 }
 
 } // namespace kvol

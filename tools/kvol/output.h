@@ -28,6 +28,10 @@ void Err(std::string_view text);
 // Hands everything written on. Throws CFailure when it could not be written (a full disk, a closed pipe).
 void FlushOut();
 
+// The bar and the counts behind it: `importing [##########..............................] 5 of 20`. A total that done has
+// passed was wrong; done stands for it then.
+std::string ProgressLine(const std::string& what, size_t done, size_t total);
+
 // A bar on standard error while a long job runs, when that is a console; nothing otherwise. Gone when it is destroyed.
 class CProgress
 {
@@ -37,8 +41,8 @@ public:
     CProgress(const CProgress&) = delete;
     CProgress& operator=(const CProgress&) = delete;
 
-    // Draws at most ten times a second.
-    void Show(size_t done);
+    // Draws at most ten times a second. Never fails: what cannot be drawn is not.
+    void Show(size_t done) noexcept;
 
 private:
     std::string m_what;

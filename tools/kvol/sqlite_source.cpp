@@ -150,7 +150,11 @@ std::vector<SqlTable> CSqliteSource::Tables()
         table.info.name = Wide(table.name);
         ReadColumns(table);
         ReadOurFields(table);
-        if (!table.bOurs) InferFields(table);
+        if (table.bOurs) {
+            CountRows(table);
+        } else {
+            InferFields(table);
+        }
         ReadIndexes(table);
         tables.push_back(std::move(table));
     }
@@ -201,6 +205,13 @@ void CSqliteSource::ReadOurFields(SqlTable& table)
     }
     table.bOurs = bSame && table.info.fields.size() == table.columns.size();
     if (!table.bOurs) table.info.fields.clear(); // the table was changed since: it is one as any
+}
+
+void CSqliteSource::CountRows(SqlTable& table)
+{
+    // As it will be read: a damaged index is none of the import's business.
+    CStatement count(m_db, "SELECT count(*) FROM " + SqlName(table.name) + " NOT INDEXED");
+    if (count.Step()) table.nRows = static_cast<size_t>(count.Integer(0));
 }
 
 void CSqliteSource::InferFields(SqlTable& table)

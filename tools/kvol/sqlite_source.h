@@ -40,7 +40,8 @@ private:
     bool HasTable(const char* pszName);
     void ReadColumns(SqlTable& table);
     void ReadOurFields(SqlTable& table);
-    void InferFields(SqlTable& table);
+    void CountRows(SqlTable& table);
+    void InferFields(SqlTable& table); // counts them too
     void ReadIndexes(SqlTable& table);
     void AddIndex(SqlTable& table, const std::string& sqlIndex, const std::string& origin, bool bPartial);
     void Leave(const SqlTable& table, const std::string& index, const std::string& why);
