@@ -66,6 +66,32 @@ TEST_F(KvolEditTest, SetChangesTheFieldsNamedAndNoOthers)
     EXPECT_EQ(0u, Kvol({"check", Volume()}).code);
 }
 
+TEST_F(KvolEditTest, SetLeavesTheOtherFieldsAsTheyAreToTheBit)
+{
+    constexpr CEPROPID kFlag = 0x0004000B, kDay = 0x00050040, kStray = 0x00630003;
+    CEOID oid = 0;
+    std::string before;
+    {
+        CMounted volume(Volume());
+        oid = volume.Records(L"t")[0];
+        CEPROPVAL time = {}, flag = {};
+        time.propid = kDay;
+        time.val.filetime = {0x12345679, 0x01C402B8}; // with a fraction of a second
+        flag.propid = kFlag;
+        flag.val.boolVal = 5;
+        ASSERT_EQ(oid, volume.Put(L"t", oid, {time, flag, NumberProperty(kStray, 17)}));
+        before = volume.Bytes(L"t", oid);
+    }
+    ASSERT_EQ(0u, Kvol({"set", Volume(), "t", "ByCode", "A", "size=8", "kind=", "real=2.5", "size=9"}).code);
+    ASSERT_EQ(0u, Kvol({"set", Volume(), "t", "ByCode", "A", "size=-5", "kind=x", "real=0.5"}).code);
+    {
+        CMounted volume(Volume());
+        EXPECT_EQ(before, volume.Bytes(L"t", oid));
+    }
+    ASSERT_EQ(0u, Kvol({"set", Volume(), "t", "ByCode", "A", "size=8", "day=2004-03-05", "size=-5"}).code);
+    EXPECT_EQ(kRows, Dump("t"));
+}
+
 TEST_F(KvolEditTest, SetRemovesAValueAndMakesAnEmptyText)
 {
     ASSERT_EQ(0u, Kvol({"set", Volume(), "t", "ByCode", "A", "kind=", "size=", "real=", "flag=", "day="}).code);

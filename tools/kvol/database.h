@@ -1,7 +1,8 @@
 // database.h - a volume, its catalogue and its tables, as the commands use them.
 //
-// Records are read and changed through KorvaneDB. The store's own calls are used for what that has no operation for: to
-// create volumes and databases, to remove databases, to make many calls one transaction.
+// Records are read, added and removed through KorvaneDB. The store's own calls are used for what that has no operation
+// for: to create volumes and databases, to remove databases, to make many calls one transaction, to write some fields of
+// a record and no others.
 //
 // Ownership  CVolume owns a mount, CBatch a batch, CCatalogue and CTableCursor a connection each; they are used within
 //            one function and destroyed in reverse order. The volume outlives the others.

@@ -1,6 +1,7 @@
 #include "commands.h"
 #include "database.h"
 #include "output.h"
+#include "records.h"
 #include "value.h"
 
 #include <algorithm>
@@ -69,6 +70,46 @@ Change ParseChange(const TableInfo& table, const std::string& text)
     return change;
 }
 
+// The changes that are asked for; of several of one field the last one counts.
+std::vector<Change> ParseChanges(const TableInfo& table, const std::vector<std::string>& texts)
+{
+    std::vector<Change> changes;
+    for (const std::string& text : texts) {
+        Change change = ParseChange(table, text);
+        const auto same = [&](const Change& other) { return other.field == change.field; };
+        changes.erase(std::remove_if(changes.begin(), changes.end(), same), changes.end());
+        changes.push_back(std::move(change));
+    }
+    return changes;
+}
+
+// The changes as the store takes them. Texts stay those of the changes.
+std::vector<CEPROPVAL> PropertiesOf(const TableInfo& table, const std::vector<Change>& changes)
+{
+    std::vector<CEPROPVAL> properties;
+    for (const Change& change : changes) {
+        const FieldInfo& field = table.fields[change.field];
+        CEPROPVAL property = {};
+        property.propid = field.propid;
+        Call([&] { return "field " + Quoted(field.name) + ": the value cannot be written"; },
+             [&] { return KorvaneDB::CRow::getPropvalFromVariant(&property, change.value); });
+        static wchar_t s_empty[1] = L"";
+        const bool bText = V_VT(&change.value) == VT_BSTR && V_BSTR(&change.value);
+        if (field.Type() == CEVT_LPWSTR) property.val.lpwstr = bText ? V_BSTR(&change.value) : s_empty;
+        properties.push_back(property);
+    }
+    return properties;
+}
+
+// Whether the record that the cursor has read keeps a value.
+bool KeepsValue(const CTableCursor& cursor, const TableInfo& table, const std::vector<Change>& changes)
+{
+    std::vector<bool> has(table.fields.size());
+    for (size_t i = 0; i < has.size(); ++i) has[i] = V_VT(&cursor.Value(i)) != VT_NULL;
+    for (const Change& change : changes) has[change.field] = V_VT(&change.value) != VT_NULL;
+    return std::find(has.begin(), has.end(), true) != has.end();
+}
+
 } // namespace
 
 void RunSeek(const Options& options)
@@ -97,30 +138,24 @@ void RunSet(const Options& options)
     CVolume volume(options.volume, CVolume::Use::Existing);
     CCatalogue catalogue(volume);
     const TableInfo& table = catalogue.Table(options.table);
-    std::vector<Change> changes;
-    for (const std::string& text : options.changes) changes.push_back(ParseChange(table, text));
+    const std::vector<Change> changes = ParseChanges(table, options.changes);
+    std::vector<CEPROPVAL> properties = PropertiesOf(table, changes);
     CBatch batch(volume);
     size_t nRecords = 0;
     {
         CTableCursor cursor(volume, table);
-        const std::vector<CEOID> records = FindRecords(cursor, table, options, "change");
-        for (const CEOID oid : records) {
-            KorvaneDB::CRow& row = cursor.Row();
+        const std::vector<CEOID> found = FindRecords(cursor, table, options, "change");
+        CRecords records(volume, table);
+        for (const CEOID oid : found) {
             const auto what = [&] { return cursor.Place() + ": cannot be changed"; };
-            Call(what, [&] { return row.setBookmark(oid); });
+            Call(what, [&] { return cursor.Row().setBookmark(oid); });
             cursor.Read();
-            std::vector<_variant_t> values;
-            for (size_t i = 0; i < table.fields.size(); ++i) values.push_back(cursor.Value(i));
-            for (const Change& change : changes) values[change.field] = change.value;
-            bool bAny = false;
-            for (int i = 0; i < static_cast<int>(values.size()); ++i) {
-                Call(what, [&] { return row.setVal(i, values[i]); });
-                bAny = bAny || V_VT(&values[i]) != VT_NULL;
-            }
-            if (!bAny) throw CFailure(cursor.Place() + ": no value would be left; a record needs one to be read again");
-            Call(what, [&] { return row.WriteToDB(); });
+            if (!KeepsValue(cursor, table, changes))
+                throw CFailure(cursor.Place() + ": no value would be left; a record needs one to be read again");
+            // The library's row would write the other fields too: times of whole seconds, truth values of 0 and 1.
+            Call(what, [&] { return records.Change(oid, properties) ? S_OK : E_FAIL; });
         }
-        nRecords = records.size();
+        nRecords = found.size();
     }
     const std::string line = Counted(nRecords, "record") + " changed\n";
     batch.Commit();

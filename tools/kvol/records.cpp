@@ -65,6 +65,11 @@ DWORD CRecords::Add(std::vector<CEPROPVAL>& values, CEPROPID firstField)
     return ::CeWriteRecordProps(m_h, oid, 1, &value) ? ERROR_SUCCESS : ::GetLastError();
 }
 
+bool CRecords::Change(CEOID oid, std::vector<CEPROPVAL>& values)
+{
+    return ::CeWriteRecordProps(m_h, oid, static_cast<WORD>(values.size()), values.data()) != 0;
+}
+
 std::string WriteReason(DWORD dwError)
 {
     if (dwError == ERROR_DISK_FULL) return "the volume is full: the disk is, or the record has more than 131,072 bytes";

@@ -29,6 +29,8 @@ public:
     // Adds a record with these properties. Without any it is one with none: the store makes such only by taking a
     // property away, and firstField is the one that it is made with. Returns the last error.
     DWORD Add(std::vector<CEPROPVAL>& values, CEPROPID firstField);
+    // Writes these properties of a record and leaves its others as they are. False with the last error.
+    bool Change(CEOID oid, std::vector<CEPROPVAL>& values);
 
 private:
     bool Seek(DWORD dwType, DWORD dwValue);
