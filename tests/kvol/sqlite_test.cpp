@@ -18,6 +18,11 @@ protected:
     void Make(const std::string& sql)
     {
         ::DeleteFileW(kvol::Wide(File()).c_str());
+        Change(sql);
+    }
+
+    void Change(const std::string& sql)
+    {
         sqlite3* pDb = nullptr;
         ASSERT_EQ(SQLITE_OK, ::sqlite3_open(File().c_str(), &pDb));
         char* pszError = nullptr;
@@ -207,6 +212,33 @@ TEST_F(KvolSqliteTest, AnExportIsSqlAsPeopleWriteIt)
     EXPECT_EQ("1078495629\n", Query("SELECT strftime('%s', time) FROM t LIMIT 1"));
 }
 
+TEST_F(KvolSqliteTest, AnIndexGetsTheNameOfNoTableThatIsStillToCome)
+{
+    Import("t", "a\n1\n", {"--index", "x=a"});
+    Import("T.X", "a\n2\n", {"--index", "y=a"});
+    Import("t.X.y", "a\n3\n");
+    const Outcome exported = Kvol({"export", Volume(), File()});
+    ASSERT_EQ(0u, exported.code) << exported;
+    EXPECT_EQ("t|t.x_2\nT.X|T.X.y_2\n",
+              Query("SELECT tbl_name, name FROM sqlite_schema WHERE type='index' ORDER BY rowid"));
+    const std::string second = Path("second.vol");
+    ASSERT_EQ(0u, Kvol({"import", second, File()}).code);
+    EXPECT_EQ(Kvol({"schema", Volume()}).out, Kvol({"schema", second}).out);
+    EXPECT_EQ(0u, Kvol({"check", second}).code);
+}
+
+TEST_F(KvolSqliteTest, ATableWithANameThatTheFileNeedsItselfIsNotExported)
+{
+    for (const char* pszName : {"Korvane_Indexes", "SQLite_stat1"}) {
+        Import(pszName, "a\n1\n");
+        const Outcome outcome = Kvol({"export", Volume(), File()});
+        EXPECT_EQ(1u, outcome.code);
+        EXPECT_TRUE(outcome.ErrHas("the table \"" + std::string(pszName) + "\" cannot be exported")) << outcome;
+        EXPECT_FALSE(Exists("x.sqlite"));
+        ASSERT_EQ(0u, Kvol({"drop", Volume(), pszName}).code);
+    }
+}
+
 TEST_F(KvolSqliteTest, AFileThatIsThereIsReplacedOnlyWhenThatIsSaid)
 {
     Import("t", "a\n1\n");
@@ -281,6 +313,37 @@ TEST_F(KvolSqliteTest, ColumnsOfAnyFileGetTheTypeThatTheirValuesHave)
         << volume.Get(L"t", records[1]);
     EXPECT_NE(std::string::npos, volume.Get(L"t", records[0]).find("0x000C001F=\"9007199254740993\""))
         << volume.Get(L"t", records[0]);
+}
+
+TEST_F(KvolSqliteTest, WhatIsNoTimeMakesItsColumnATextOrIsRefusedByAFieldOfTimes)
+{
+    static constexpr const char* kNone[] = {
+        "2003-02-29",           "1900-02-29T00:00:00Z",  "2004-02-30",
+        "2004-04-31",           "2004-03-05T14:07.5",    "2004-03-05 14:07.25Z",
+        "2004-03-05T24:00:00Z", "2004-03-05T14:07:09.Z", "2004-03-05T14:07:09.12345678Z"};
+    std::string sql;
+    for (size_t i = 0; i < std::size(kNone); ++i) {
+        const std::string name = "t" + std::to_string(i);
+        sql += "CREATE TABLE " + name + "(a DATETIME); INSERT INTO " + name + " VALUES('2004-02-29'),('" + kNone[i] +
+               "');";
+    }
+    Make(sql);
+    ASSERT_EQ(0u, ImportFile().code);
+    for (size_t i = 0; i < std::size(kNone); ++i) {
+        const std::string name = "t" + std::to_string(i);
+        EXPECT_EQ("a\n2004-02-29\n" + std::string(kNone[i]) + "\n", Dump(name));
+    }
+    ::DeleteFileW(kvol::Wide(Volume()).c_str());
+    Import("t", "a\n2004-02-29\n", {"--field", "a:FILETIME"});
+    ASSERT_EQ(0u, Kvol({"export", Volume(), File(), "--replace"}).code);
+    for (const char* pszNone : kNone) {
+        Change("UPDATE t SET a='" + std::string(pszNone) + "'");
+        const Outcome outcome = Kvol({"import", Path("second.vol"), File()});
+        EXPECT_EQ(1u, outcome.code) << pszNone;
+        EXPECT_TRUE(outcome.ErrHas("row 1, column \"a\": the value is not a FILETIME")) << outcome;
+    }
+    Change("UPDATE t SET a='2004-02-29T14:07'");
+    EXPECT_EQ(0u, Kvol({"import", Path("second.vol"), File()}).code);
 }
 
 TEST_F(KvolSqliteTest, IndexesAreTakenAndWhatCannotBeIsSaid)

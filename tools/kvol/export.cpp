@@ -52,17 +52,24 @@ public:
     {
         m_db.Run(kCreateFieldsTable);
         m_db.Run(kCreateIndexesTable);
-        m_tables.Unique(kFieldsTable);
-        m_tables.Unique(kIndexesTable);
+        m_names.Unique(kFieldsTable);
+        m_names.Unique(kIndexesTable);
+    }
+
+    // For each table before the first is written: no index gets the name of a table that is still to come.
+    void TakeName(const TableInfo& table)
+    {
+        const std::string what = What(table);
+        const std::string name = NameForSql(table.name, what);
+        if (name.empty() || Folded(name).compare(0, 7, "sqlite_") == 0 || m_names.Unique(name) != name)
+            throw CFailure(what + " cannot be exported: SQLite, or the export itself, has its name for something else");
     }
 
     // Returns the number of records.
     size_t Table(const TableInfo& table)
     {
-        const std::string what = "the table " + Quoted(table.name);
+        const std::string what = What(table);
         const std::string name = NameForSql(table.name, what);
-        if (name.empty() || Folded(name).compare(0, 7, "sqlite_") == 0 || m_tables.Unique(name) != name)
-            throw CFailure(what + " cannot be exported: SQLite, or the export itself, has its name for something else");
         if (table.fields.empty()) throw CFailure(what + " cannot be exported: it has no fields");
         const std::vector<std::string> columns = Columns(table, name);
         CreateTable(table, name, columns);
@@ -74,6 +81,8 @@ public:
     size_t Strays() const { return m_nStrays; }
 
 private:
+    static std::string What(const TableInfo& table) { return "the table " + Quoted(table.name); }
+
     std::vector<std::string> Columns(const TableInfo& table, const std::string& name)
     {
         std::vector<std::string> columns;
@@ -142,7 +151,7 @@ private:
             const std::string indexName =
                 NameForSql(index.name, "the index " + Quoted(index.name) + " of the table " + Quoted(table.name));
             // Names of indexes are the file's there, not the table's.
-            const std::string sqlName = m_tables.Unique(name + "." + indexName);
+            const std::string sqlName = m_names.Unique(name + "." + indexName);
             row.Bind(1, name);
             row.Bind(2, sqlName);
             row.Bind(3, indexName);
@@ -162,7 +171,7 @@ private:
 
     CVolume& m_volume;
     CSqlite& m_db;
-    CNames m_tables; // and indexes: they share their names
+    CNames m_names; // of tables and indexes: they share them
     size_t m_nStrays = 0;
 };
 
@@ -231,6 +240,7 @@ void RunExport(const Options& options)
         // The file is nobody's before it is complete: a journal would be of no use.
         db.Run("PRAGMA journal_mode=OFF; PRAGMA locking_mode=EXCLUSIVE; BEGIN");
         CExport output(volume, db);
+        for (const TableInfo& table : catalogue.Tables()) output.TakeName(table);
         for (const TableInfo& table : catalogue.Tables()) {
             const size_t nRecords = output.Table(table);
             lines += OneLine(ToUtf8(table.name)) + ": " + Counted(nRecords, "record") + " exported\n";

@@ -178,8 +178,9 @@ bool ParseTicks(std::string_view text, uint64_t& ticks)
     if (!text.empty()) {
         if (!TakeChar(text, 'T') && !TakeChar(text, ' ')) return false;
         if (!TakeNumber(text, 2, hour) || !TakeChar(text, ':') || !TakeNumber(text, 2, minute)) return false;
-        if (TakeChar(text, ':') && !TakeNumber(text, 2, second)) return false;
-        if (TakeChar(text, '.')) {
+        const bool bSeconds = TakeChar(text, ':');
+        if (bSeconds && !TakeNumber(text, 2, second)) return false;
+        if (bSeconds && TakeChar(text, '.')) {
             unsigned digit;
             size_t nDigits = 0;
             for (; nDigits < 7 && TakeNumber(text, 1, digit); ++nDigits) fraction = fraction * 10 + digit;
@@ -195,8 +196,12 @@ bool ParseTicks(std::string_view text, uint64_t& ticks)
     st.wHour = static_cast<WORD>(hour);
     st.wMinute = static_cast<WORD>(minute);
     st.wSecond = static_cast<WORD>(second);
+    // A day that does not exist is refused by the one system and taken for the following one by another (29 February).
     FILETIME ft;
-    if (!text.empty() || year < 1601 || !::SystemTimeToFileTime(&st, &ft)) return false;
+    SYSTEMTIME back;
+    if (!text.empty() || year < 1601 || !::SystemTimeToFileTime(&st, &ft) || !::FileTimeToSystemTime(&ft, &back) ||
+        back.wDay != st.wDay)
+        return false;
     ticks = (static_cast<uint64_t>(ft.dwHighDateTime) << 32 | ft.dwLowDateTime) + fraction;
     return true;
 }
