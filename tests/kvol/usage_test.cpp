@@ -66,6 +66,9 @@ TEST_F(KvolUsageTest, WrongUsageIsSaidOnStandardErrorWithExitCodeTwo)
         {{"tables", ""}, "empty"},
         {{"dump", Volume(), "t", "--limit", "-1"}, "--limit = -1\n"},
         {{"dump", Volume(), "t", "--format", "xml"}, "--format \"xml\" is not table, csv or json"},
+        {{"dump", Volume(), "t", "--format", "-5"}, "--format \"-5\" is not table, csv or json"},
+        {{"-5"}, "there is no command \"-5\""},
+        {{"dump", Volume(), "t", "--format", "\x01-5"}, "--format \"\\x01-5\" is not table, csv or json"},
         {{"dump", Volume(), "t", "--format", "1"}, "--format \"1\" is not table, csv or json"},
     };
     for (const auto& [arguments, part] : cases) {

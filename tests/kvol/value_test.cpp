@@ -137,6 +137,10 @@ TEST(KvolValueTest, TruthValuesHaveTwoSpellings)
     for (const char* pszTrue : {"true", "TRUE", "True", "1"}) EXPECT_EQ("true", Rewritten(CEVT_BOOL, pszTrue));
     for (const char* pszFalse : {"false", "FALSE", "0"}) EXPECT_EQ("false", Rewritten(CEVT_BOOL, pszFalse));
     for (const char* pszNone : {"", "yes", "2", "tru", "-1"}) EXPECT_TRUE(Fails(CEVT_BOOL, pszNone)) << pszNone;
+    _variant_t value;
+    std::string why;
+    for (const std::string_view none : {std::string_view("true\0x", 6), std::string_view("false\0", 6)})
+        EXPECT_FALSE(ParseValue(CEVT_BOOL, none, value, why)) << none.size();
 }
 
 TEST(KvolValueTest, TimesAreIso8601InUtcWithWholeSeconds)

@@ -21,7 +21,7 @@ constexpr const char* kTypes = "I2, UI2, I4, UI4, R8, BOOL, FILETIME, LPWSTR";
 constexpr const char* kExitCodes = "Exit codes: 0 done, 1 failed, 2 wrong usage.";
 
 // The option parser takes -5 for an option. A value may well begin so, and no option is a digit: such arguments go
-// through it behind a mark that no argument can have.
+// through it behind a mark, as do those that begin with the mark themselves.
 constexpr char kNegativeMark = '\x01';
 
 bool IsNegativeNumber(const std::string& text)
@@ -103,7 +103,8 @@ public:
     Request Parse(std::vector<std::string> arguments)
     {
         for (std::string& argument : arguments) {
-            if (IsNegativeNumber(argument)) argument.insert(0, 1, kNegativeMark);
+            const bool bHasMark = !argument.empty() && argument[0] == kNegativeMark;
+            if (bHasMark || IsNegativeNumber(argument)) argument.insert(0, 1, kNegativeMark);
         }
         std::reverse(arguments.begin(), arguments.end());
         try {
@@ -116,9 +117,11 @@ public:
             m_request.text = out.str();
             return m_request;
         } catch (const CLI::ParseError& error) {
-            const std::vector<std::string> unknown = m_app.remaining();
-            if (m_app.get_subcommands().empty() && !unknown.empty() && unknown[0][0] != '-')
+            std::vector<std::string> unknown = m_app.remaining();
+            if (m_app.get_subcommands().empty() && !unknown.empty() && unknown[0][0] != '-') {
+                Unmark(unknown[0]);
                 throw CUsageError("there is no command " + Quoted(unknown[0]));
+            }
             std::string what = error.what();
             what.erase(std::remove(what.begin(), what.end(), kNegativeMark), what.end());
             throw CUsageError(what);
@@ -132,6 +135,7 @@ public:
             if (change.find('=') == std::string::npos) throw CUsageError(Quoted(change) + " is not FIELD=VALUE");
         }
         if (options.equal) Unmark(*options.equal);
+        Unmark(m_format);
         options.format = ParseFormat(m_format);
         for (std::string& text : m_fields) {
             Unmark(text);

@@ -35,6 +35,12 @@ const TypeRow* FindType(WORD wType)
     return nullptr;
 }
 
+// Whether the text is the word, in any case. Not by its characters up to a zero: a cell can have one.
+bool IsWord(std::string_view text, std::string_view word)
+{
+    return text.size() == word.size() && ::_strnicmp(text.data(), word.data(), word.size()) == 0;
+}
+
 std::string_view WithoutPlus(std::string_view text)
 {
     if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
@@ -72,10 +78,9 @@ bool ParseReal(std::string_view text, double& value, std::string& why)
 
 bool ParseBool(std::string_view text, bool& value, std::string& why)
 {
-    const auto is = [&](const char* pszWord) { return ::_stricmp(std::string(text).c_str(), pszWord) == 0; };
-    if (text == "1" || is("true")) {
+    if (text == "1" || IsWord(text, "true")) {
         value = true;
-    } else if (text == "0" || is("false")) {
+    } else if (text == "0" || IsWord(text, "false")) {
         value = false;
     } else {
         why = "is not a BOOL: true or false";
@@ -183,7 +188,7 @@ std::string TypeName(WORD wType)
 WORD TypeFromName(std::string_view name)
 {
     for (const TypeRow& row : kTypes) {
-        if (::_stricmp(std::string(name).c_str(), row.pszName) == 0) return row.wType;
+        if (IsWord(name, row.pszName)) return row.wType;
     }
     return 0;
 }
