@@ -656,7 +656,7 @@ TEST(ScrollDialogTest, FiveHundredSheetsLeaveNothingBehind)
         CScrollPropertyPage page(IDD_SCROLL, nullptr);
         CPropertySheet sheet(L"sheet");
         sheet.AddPage(&page);
-        EXPECT_TRUE(sheet.Create());
+        EXPECT_TRUE(sheet.Create()) << ::GetLastError();
         sheet.DestroyWindow();
     });
 }

@@ -67,7 +67,7 @@ bool IsTheCompilers(const std::string& name)
 {
     static const char* const prefixes[] = {"_Unwind_", "__cxa_", "__gxx_", "__ImageBase", "_ZSt", "_ZNSt",
                                            "_ZNKSt",   "_Znw",   "_Zna",   "_Zdl",        "_Zda", "_ZTVN10__cxxabiv1",
-                                           "_ZTVSt",   "_ZTISt", "atexit"};
+                                           "_ZTVSt",   "_ZTISt", "atexit", "__stack_chk_"};
     for (const char* const prefix : prefixes)
         if (name.rfind(prefix, 0) == 0) return true;
     return false;

@@ -13,26 +13,12 @@ namespace {
 struct Catalogue
 {
     const wchar_t* pszName;
-    std::vector<const char*> properties; // in the order of the fields
+    const char* properties[5]; // in the order of the fields
 };
 
-const Catalogue& TablesCatalogue()
-{
-    static const Catalogue kCatalogue{CCatalogue::kTables, {"TableName", "TableID"}};
-    return kCatalogue;
-}
-
-const Catalogue& FieldsCatalogue()
-{
-    static const Catalogue kCatalogue{CCatalogue::kFields, {"TableID", "FieldName", "FieldID", "Len", "ODBCType"}};
-    return kCatalogue;
-}
-
-const Catalogue& IndexesCatalogue()
-{
-    static const Catalogue kCatalogue{CCatalogue::kIndexes, {"TableID", "IndexName", "FieldID", "IndexFlags"}};
-    return kCatalogue;
-}
+constexpr Catalogue kTables = {CCatalogue::kTables, {"TableName", "TableID"}};
+constexpr Catalogue kFields = {CCatalogue::kFields, {"TableID", "FieldName", "FieldID", "Len", "ODBCType"}};
+constexpr Catalogue kIndexes = {CCatalogue::kIndexes, {"TableID", "IndexName", "FieldID", "IndexFlags"}};
 
 std::string Place(const Catalogue& catalogue, const CatalogueRow& row)
 {
@@ -88,7 +74,7 @@ using Known = std::map<CEOID, std::wstring>;
 
 Known CheckTables(CVolume& volume, CCatalogue& reader, CReport& report)
 {
-    const Catalogue& catalogue = TablesCatalogue();
+    const Catalogue& catalogue = kTables;
     Known known;
     std::set<std::wstring> names;
     for (const CatalogueRow& row : ReadRows(volume, reader, catalogue, report)) {
@@ -128,7 +114,7 @@ using Properties = std::map<CEOID, std::set<CEPROPID>>;
 
 Properties CheckFields(CVolume& volume, CCatalogue& reader, const Known& known, CReport& report)
 {
-    const Catalogue& catalogue = FieldsCatalogue();
+    const Catalogue& catalogue = kFields;
     Properties properties;
     std::set<std::pair<CEOID, std::wstring>> names;
     for (const CatalogueRow& row : ReadRows(volume, reader, catalogue, report)) {
@@ -157,7 +143,7 @@ Properties CheckFields(CVolume& volume, CCatalogue& reader, const Known& known, 
 void CheckIndexes(CVolume& volume, CCatalogue& reader, const Known& known, const Properties& properties,
                   CReport& report)
 {
-    const Catalogue& catalogue = IndexesCatalogue();
+    const Catalogue& catalogue = kIndexes;
     std::set<std::pair<CEOID, std::wstring>> names;
     std::map<CEOID, std::set<CEPROPID>> sorted;
     for (const CatalogueRow& row : ReadRows(volume, reader, catalogue, report)) {

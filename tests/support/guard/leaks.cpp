@@ -37,7 +37,7 @@ constexpr COnceOnly kOnceOnly[] = {
     {"Create(_CEGUID", COnceOnly::kCalled, "the same: what it knows of a database, a deleted one too"},
     {"kv_hold_pages", COnceOnly::kItself, "the same: its list of pages that are not used again yet"},
     {"CMounts::", COnceOnly::kCalled, "the store's list of volumes grows and stays"},
-    {"CWatches::Add", COnceOnly::kItself, "the store's list of handles that are told of changes grows and stays"},
+    {"CWatches::", COnceOnly::kItself, "the store's list of handles that are told of changes grows and stays"},
     {"CThreadState::Get", COnceOnly::kItself, "the framework's state of a thread, until the thread ends"},
     {"AfxRegisterWndClass", COnceOnly::kCalled, "the name of the thread's last class stays with its state"},
     {"_Hashtable<void*", COnceOnly::kItself, "the thread's tables of handles grow and stay"},
